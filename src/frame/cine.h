@@ -1,0 +1,158 @@
+// The Cine record: one recording, whatever its source.
+//
+// A Cine is one heap block: the fixed fields below, then the file's Header,
+// Bmih and Setup back to back (a writer emits their 7324 bytes in one call),
+// then a variable tail that holds the tagged area directly behind the Setup
+// and the 64-bit image offsets directly behind the tagged area. In memory the
+// Header's offsets always describe this layout: OffImageHeader 44, OffSetup
+// 84, OffImageOffsets 7324 plus the size of the tagged area, Version 1.
+//
+// The record is trivially copyable; XeDuplicateCine copies the whole block and
+// then gives the copy its own file handle and working block. Every access to
+// the tail is bounded by TailCapacity(), the bytes actually held.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "frame/file_io.h"
+#include "saving/saving_options.h"
+#include "xefile/xefile.h"
+
+namespace xe {
+
+#pragma pack(push, 1)
+struct CineHeaders {
+  CineFileHeader Header;
+  BitmapInfoHeader Bmih;
+  ::Setup Setup;
+};
+#pragma pack(pop)
+static_assert(sizeof(CineHeaders) == 7324);
+static_assert(offsetof(CineHeaders, Bmih) == 44);
+static_assert(offsetof(CineHeaders, Setup) == 84);
+
+constexpr uint32_t kHeadersSize = sizeof(CineHeaders);  // 7324
+constexpr uint32_t kProcessingStateSize = 400;
+constexpr uint32_t kPathSize = 260;
+// Room kept behind the tagged area of a file cine for the expansion of an old
+// TIME_1 block into time and exposure blocks.
+constexpr uint32_t kTime1Spare = 108;
+
+// What a cine is.
+enum CineKindCode : uint32_t { kOrdinaryCine = 0, kLiveCine = 1, kViewerCine = 2 };
+
+// Source file types (also the non-negative FileType codes).
+enum SourceType : int16_t {
+  kSourceRawCine = 0,
+  kSourceCine = 1,
+  kSourceJpegCine = 2,
+  kSourceAvi = 3,
+  kSourceTiffCine = 4,
+  kSourceMpeg = 5,
+};
+
+// Save control: the words of a running save, read across threads.
+struct SaveControl {
+  int32_t SaveJobNumber;
+  uint32_t Saving;            // a save of this cine is running
+  uint32_t Progress;          // percent
+  uint32_t StopRequested;
+  uint32_t BackgroundWorker;  // the saving thread of this cine is alive
+  void *Worker;               // the saving thread's own state
+};
+
+// The parameters of the processing chain; their meaning belongs to the chain.
+struct ProcessingParams {
+  uint32_t ActiveProcessings[36];
+  void *DemosaicCallback;     // the caller's demosaic function, or null
+  uint32_t Reserved[64];
+};
+
+}  // namespace xe
+
+// The record behind a CineHandle.
+struct Cine {
+  char FileName[xe::kPathSize];        // path in use: opened, or to save to
+  xe::FileHandle FileHandle;           // the open cine file, or kNoFile
+  void *MovieReader;               // reader of a movie file, or null
+  uint32_t CineKind;
+  uint32_t IsFileCine;             // images come from a file
+  char OpenedFileName[xe::kPathSize];  // path opened, for opening again
+  int16_t SourceFileType;
+  int32_t CN;                      // camera number, -1 on a file cine
+  int32_t CineNrRequested;
+  // The block handed to the camera's image fetch, in this order.
+  int32_t CineNr;                  // 1 on a file cine, -1 live
+  int32_t FetchWords[2];
+  int32_t ImageRangeCnt;           // range of the fetch in progress
+  int32_t ImageRangeFirst;
+  uint32_t FetchReserved;
+  int32_t FirstImageOpened;
+  uint32_t TimeFormat;             // 0 local, 1 UTC, 2 timecode
+  xe::SavingOptions Saving;
+  xe::ProcessingParams Processing;
+  uint32_t CineUseCase;            // 0 none, 1 view, 2 save, 3 raw
+  uint32_t *ProcessingState;       // 400-byte working block, owned
+  uint32_t SaveAlgo;
+  // View-state words kept for applications.
+  uint32_t ViewWord564, ViewWord568, ViewWord580, ViewWord584, ViewWord592, ViewWord596;
+  uint32_t PackInfo[8];
+  xe::SaveControl Save;
+  int32_t LastSaveStatus;
+  BitmapInfoHeader BmihOpened;     // the image header as made; restored before each fetch
+  uint32_t ParamsChanged;          // the processing chain must be rebuilt
+  uint64_t BlockBytes;             // size of this heap block
+  xe::CineHeaders H;                   // Header, Bmih, Setup; the tail follows
+};
+
+namespace xe {
+
+using ::Cine;
+
+static_assert(std::is_trivially_copyable_v<Cine>);
+static_assert(std::is_standard_layout_v<Cine>);
+
+// Offset of the tail (tagged area, then image offsets) from the record start.
+constexpr uint64_t kTailOffset = offsetof(Cine, H) + sizeof(CineHeaders);
+
+inline uint8_t *CineTail(Cine *c) { return reinterpret_cast<uint8_t *>(c) + kTailOffset; }
+inline const uint8_t *CineTail(const Cine *c) {
+  return reinterpret_cast<const uint8_t *>(c) + kTailOffset;
+}
+inline uint64_t TailCapacity(const Cine *c) {
+  return c->BlockBytes > kTailOffset ? c->BlockBytes - kTailOffset : 0;
+}
+
+// Allocates a zeroed record with `tailBytes` of tail. Null when the block
+// would pass the 4 GiB limit of a single allocation, or the heap is out.
+Cine *AllocateCine(uint64_t tailBytes);
+// Frees the record and its working block; closes nothing.
+void FreeCine(Cine *c);
+
+// Bytes of the tagged area in memory: OffImageOffsets - 7324, bounded by the
+// tail held.
+uint32_t TaggedAreaSize(const Cine *c);
+
+// The image offset of index i (image FirstImageNo + i). False when the index
+// or the offset array lies outside the record.
+bool GetImageOffset(const Cine *c, uint32_t index, uint64_t *offset);
+bool SetImageOffset(Cine *c, uint32_t index, uint64_t offset);
+// The image offsets as bytes in the tail, or null when ImageCount entries are
+// not all held.
+uint8_t *ImageOffsetArray(Cine *c);
+
+// Fields every creator takes from the Header: save range, fetch range, the
+// view words, QFactor, AviFrameRate and the TimeFormat of the camera options.
+void FillCreationFields(Cine *c);
+
+// The end shared by every creator: stamp options, BmihOpened, save control,
+// FileType and its defaults, the demosaic setting, the 400-byte working block
+// and use case 1. Returns the merged status.
+int32_t FinishNewCine(Cine *c, int32_t status);
+
+// 2 to the power `bits` minus 1 as a level, for depths from 0 to 31.
+int32_t MaxLevelForDepth(uint32_t bits);
+
+}  // namespace xe

@@ -1,0 +1,52 @@
+// SavingOptions: what a save of a cine will produce. It lives in the cine;
+// a save works on duplicates of it.
+#pragma once
+
+#include <cstdint>
+
+#include "processing/stamp_options.h"
+
+struct Cine;
+
+namespace xe {
+
+struct SavingOptions {
+  int32_t SaveFirst;             // first image to save; 0x80000000 with SaveCount ~0: whole cine
+  uint32_t SaveCount;
+  int16_t FileType;              // target format: negative one file per image
+  uint16_t RawFileOptions;       // raw files: bit 0 ASCII, bit 1 dimensions and depth
+  uint32_t Save16Bit;            // keep more than 8 bits where the format can
+  uint32_t QFactor;              // JPEG quantisation, 2 (best) to 255
+  uint32_t StampTime;            // non-zero stamps the time; 3 time from trigger
+  uint32_t SplitQuarters;
+  uint32_t AviFrameRate;
+  uint32_t AviCompressorIndex;
+  void *WriteGraph;              // the movie writer of a running save
+  uint32_t KeepWriteGraph;
+  uint32_t HeadMask;             // bit n: save head n as a cine of its own
+  uint32_t HeadIndex;
+  StampOptions Stamps;
+  uint32_t XmlHeader;            // write the XML header after the save
+  uint32_t InterpolationAlgo;
+  uint32_t DpxFlags;
+  uint16_t DpxRefWhite;
+  uint16_t DpxRefBlack;
+  float DpxGamma;
+  float DpxFilmGamma;
+  uint32_t DpxSoftClip;
+  uint32_t DngFlags;
+  uint32_t BayerGreenSplit;
+  double ColorMatrix1[9];
+  uint32_t SavePacked;           // keep packed image data packed
+  uint32_t PlaybackRate;         // QuickTime time scale, frames per second
+};
+
+// The defaults of the target type, run when a cine is made and whenever its
+// FileType changes.
+void ApplyFileTypeDefaults(Cine *cine);
+
+// The file type a cine is saved to after it is made: 0 (raw cine) for images
+// of up to 16 bits, else 1.
+int16_t DefaultFileType(uint16_t biBitCount);
+
+}  // namespace xe
