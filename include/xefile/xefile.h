@@ -75,6 +75,15 @@ XEFILE_API int32_t XeEnableCineColor(CineHandle cine, uint32_t enable);
  * agree with the camera. Without a camera it answers the camera's failure. */
 XEFILE_API int32_t XefSetCineSetup(CineHandle cine, const Setup *setup);
 
+/* ---- Information selectors (CIS_*, xefile_selectors.h) ---------------------
+ * A selector that is not listed answers XE_ERR_NOT_SUPPORTED (-2018); a null
+ * cine or value XE_ERR_NULL_ARGUMENT. Integer values are written as 32 bits;
+ * texts into the caller's room of the documented size; the CIS_Ptr*
+ * selectors write the address of a record inside the cine. */
+XEFILE_API int32_t XeGetCineInfo(CineHandle cine, uint32_t selector, void *value);
+/* The value of a 32-bit selector as the result (0 for an unknown one). */
+XEFILE_API uint32_t XevGetCineInfo(CineHandle cine, uint32_t selector);
+
 /* ---- Predicates ------------------------------------------------------------ */
 XEFILE_API int32_t XefIs16BitCine(CineHandle cine);
 XEFILE_API int32_t XefIsColorCine(CineHandle cine);

@@ -35,7 +35,8 @@ static_assert(offsetof(CineHeaders, Setup) == 84);
 
 constexpr uint32_t kHeadersSize = sizeof(CineHeaders);  // 7324
 constexpr uint32_t kProcessingStateSize = 400;
-constexpr uint32_t kPathSize = 260;
+// Room for a path: the longest path the system accepts.
+constexpr uint32_t kPathSize = 4096;
 // Room kept behind the tagged area of a file cine for the expansion of an old
 // TIME_1 block into time and exposure blocks.
 constexpr uint32_t kTime1Spare = 108;
