@@ -1,0 +1,413 @@
+// Opening cine files: layout variants of old and new files, the corrections
+// made on load, and the record that results.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "cine_test_support.h"
+
+using namespace fixture;
+using cinetest::Opened;
+
+namespace {
+
+TEST(CineOpen, DecidesByContentNotByName) {
+  CineBuilder b;
+  Opened asTiffName(b.Build(), ".tif");
+  ASSERT_EQ(asTiffName.status, 0);
+  ASSERT_NE(asTiffName.cine, nullptr);
+  EXPECT_EQ(asTiffName.cine->SourceFileType, 1);
+
+  Opened text(Bytes{'h', 'e', 'l', 'l', 'o', '\n'}, ".cine");
+  EXPECT_LT(text.status, 0);
+  EXPECT_EQ(text.cine, nullptr);
+}
+
+TEST(CineOpen, MissingFileAndNullArguments) {
+  CineHandle c = reinterpret_cast<CineHandle>(0x1);
+  EXPECT_EQ(XeNewCineFromFile("/nonexistent/dir/x.cine", &c), XE_ERR_FILE_OPEN);
+  EXPECT_EQ(c, nullptr);
+  EXPECT_EQ(XeNewCineFromFile("x.cine", nullptr), XE_ERR_NULL_ARGUMENT);
+}
+
+TEST(CineOpen, VersionZeroOffsetsAreWidenedInPlace) {
+  CineBuilder b;
+  b.Version(0).Images(-1, 2).Image(20, 3, 8);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  const CineFileHeader &h = o.cine->H.Header;
+  EXPECT_EQ(h.Version, 1);
+  EXPECT_EQ(h.OffImageHeader, 44u);
+  EXPECT_EQ(h.OffSetup, 84u);
+  EXPECT_EQ(h.OffImageOffsets, 7324u);
+  EXPECT_EQ(cinetest::OffsetOf(o.cine, 0), b.layout().ImageRecords[0]);
+  EXPECT_EQ(cinetest::OffsetOf(o.cine, 1), b.layout().ImageRecords[1]);
+}
+
+TEST(CineOpen, VersionTwoIsRefusedBeforeAnyAllocation) {
+  CineBuilder b;
+  b.Version(2);
+  Bytes bytes = b.Build();
+  PutU32(bytes, 20, 0xFFFFFFFF);  // an ImageCount that would need more than can be allocated
+  Opened o(bytes);
+  EXPECT_EQ(o.status, XE_ERR_FILE_VERSION);
+  EXPECT_EQ(o.cine, nullptr);
+}
+
+TEST(CineOpen, JpegCineNeedsTheImagingPlugin) {
+  CineBuilder b;
+  b.Compression(1);
+  Opened o(b.Build());
+  EXPECT_EQ(o.status, XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(o.cine, nullptr);
+}
+
+TEST(CineOpen, ShortSetupReadsOverZerosAndFindsTheTaggedAreaBehindIt) {
+  CineBuilder b;
+  b.Images(0, 2).AddBlock(1004, U32s({7, 8}));
+  b.setup().SetU16(setup::kImWidth, 16).SetU16(setup::kImHeight, 4).SetU32(setup::kRangeSize, 4);
+  b.setup().SetLength(738);  // ImWidth is in, ImHeight and RangeSize are not
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  const ::Setup &s = o.cine->H.Setup;
+  EXPECT_EQ(s.Length, 7240);
+  EXPECT_EQ(s.ImWidth, 16);
+  EXPECT_EQ(s.ImHeight, 0);
+  EXPECT_EQ(s.RangeSize, 0u);
+  // The block is there even though no field says how large its entries are.
+  EXPECT_NE(XefGetCineTaggedBlock(o.cine, 1004), nullptr);
+}
+
+TEST(CineOpen, LongSetupReadsOnly7240Bytes) {
+  CineBuilder b;
+  b.Images(0, 2).AddBlock(1004, U32s({0xA1, 0xB2}));
+  b.setup().SetU32(setup::kRangeSize, 4).SetLength(7300);
+  b.setup().bytes()[7250] = 0x77;  // past the present record
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  EXPECT_EQ(o.cine->H.Setup.Length, 7240);
+  uint32_t v = 0;
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 1, 1004, 4, &v), 0);
+  EXPECT_EQ(v, 0xB2u);
+}
+
+TEST(CineOpen, SetupLengthBelowItsOwnHeadFailsAsAShortRead) {
+  CineBuilder b;
+  b.setup().SetLength(100);
+  Opened o(b.Build());
+  EXPECT_EQ(o.status, XE_ERR_FILE_READ);
+  EXPECT_EQ(o.cine, nullptr);
+}
+
+TEST(CineOpen, BitmapHeaderAfterTheSetupIsFollowed) {
+  CineBuilder b;
+  b.Image(24, 2, 16, 0, 4096).BitmapAfterSetup();
+  b.setup().SetU32(setup::kRealBPP, 12);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  EXPECT_EQ(o.cine->H.Bmih.biWidth, 24);
+  EXPECT_EQ(o.cine->H.Bmih.biBitCount, 16);
+  EXPECT_EQ(o.cine->H.Bmih.biSizeImage, 24u * 2 * 2);
+  EXPECT_EQ(o.cine->H.Bmih.biClrImportant, 4096u);
+}
+
+TEST(CineOpen, GreyLevelsComeFromRealBPP) {
+  struct Case { uint32_t bpp; uint32_t stored; uint32_t expected; };
+  for (Case k : {Case{8, 256, 0}, Case{10, 0, 1024}, Case{14, 0, 16384}, Case{16, 0, 65536},
+                 Case{9, 777, 777}}) {
+    CineBuilder b;
+    b.Image(8, 2, k.bpp > 8 ? 16 : 8, 0, k.stored);
+    b.setup().SetU32(setup::kRealBPP, k.bpp);
+    Opened o(b.Build());
+    ASSERT_EQ(o.status, 0) << k.bpp;
+    EXPECT_EQ(o.cine->H.Bmih.biClrImportant, k.expected) << k.bpp;
+  }
+}
+
+TEST(CineOpen, OldTriggerTimesArePutRight) {
+  {  // the oldest files kept the seconds in the first word
+    CineBuilder b;
+    b.TriggerTime(1234567890, 0);
+    Opened o(b.Build());
+    ASSERT_EQ(o.status, 0);
+    Time64 t{};
+    XeGetCineTriggerTime(o.cine, &t);
+    EXPECT_EQ(t.seconds, 1234567890u);
+    EXPECT_EQ(t.fractions, 3u);
+  }
+  {  // old software of newer cameras kept microseconds
+    CineBuilder b;
+    b.TriggerTime(500000, 1700000000);
+    b.setup().SetU32(setup::kCameraVersion, 7).SetU32(setup::kSoftwareVersion, 603);
+    Opened o(b.Build());
+    ASSERT_EQ(o.status, 0);
+    EXPECT_EQ(o.cine->H.Header.TriggerTime.fractions, 0x80000000u | 3u);
+  }
+  {  // the same word from version 604 on is already a fraction
+    CineBuilder b;
+    b.TriggerTime(500000, 1700000000);
+    b.setup().SetU32(setup::kCameraVersion, 7).SetU32(setup::kSoftwareVersion, 604);
+    Opened o(b.Build());
+    EXPECT_EQ(o.cine->H.Header.TriggerTime.fractions, 500000u);
+  }
+}
+
+TEST(CineOpen, LoadCorrectionsOfTheSetup) {
+  {  // a raw colour file from before CFA opens as colour; version is this library's
+    CineBuilder b;
+    b.Compression(2);
+    b.setup().SetU32(setup::kSoftwareVersion, 500).SetU32(setup::kCameraVersion, 6);
+    Opened o(b.Build());
+    ASSERT_EQ(o.status, 0);
+    EXPECT_EQ(o.cine->H.Setup.CFA, 2u);
+    EXPECT_EQ(o.cine->H.Setup.bEnableColor, 1u);
+    EXPECT_EQ(o.cine->H.Setup.SoftwareVersion, 705u);
+    EXPECT_EQ(XefIsColorCine(o.cine), 1);
+  }
+  {  // processed colour images get neutral settings
+    CineBuilder b;
+    b.Compression(0).Image(8, 2, 24);
+    b.setup().SetU32(setup::kCFA, 1).SetI32(setup::kBright, 40).SetI32(setup::kRotate, 90)
+        .SetF32(setup::kWBView, 2.0f).SetF32(setup::kfGain, 3.0f).SetU32(setup::kRealBPP, 8);
+    Opened o(b.Build());
+    ASSERT_EQ(o.status, 0);
+    const ::Setup &s = o.cine->H.Setup;
+    EXPECT_EQ(s.Bright, 0);
+    EXPECT_EQ(s.Rotate, 0);
+    EXPECT_EQ(s.WBView.R, 1.0f);
+    EXPECT_EQ(s.fGain, 1.0f);
+    EXPECT_EQ(s.WhiteLevel, 255);
+  }
+  {  // a gray processed file keeps its settings, even from old software
+    CineBuilder b;
+    b.Compression(0);
+    b.setup().SetI32(setup::kBright, 40).SetU32(setup::kSoftwareVersion, 500);
+    Opened o(b.Build());
+    ASSERT_EQ(o.status, 0);
+    EXPECT_EQ(o.cine->H.Setup.Bright, 40);
+  }
+}
+
+TEST(CineOpen, FilesOlderThanTimecodeGetOneInvented) {
+  // The rate of the video output, 30 images per second unless set otherwise.
+  auto timecodeOf = [](int32_t first) {
+    CineBuilder b;
+    b.Images(first, 2);
+    b.setup().SetLength(6900);
+    Opened o(b.Build());
+    EXPECT_EQ(o.status, 0);
+    EXPECT_EQ(o.cine->H.Setup.TCRate, 30.0f);
+    return o.cine->H.Setup.TimeCode;
+  };
+  TC before = timecodeOf(-10);  // 01:00:00:00 plus 10 frames
+  EXPECT_EQ(before.hours, 0x01);
+  EXPECT_EQ(before.minutes, 0x00);
+  EXPECT_EQ(before.frames, 0x10);
+  TC after = timecodeOf(5);  // 01:00:00:00 minus 5 frames
+  EXPECT_EQ(after.hours, 0x00);
+  EXPECT_EQ(after.minutes, 0x59);
+  EXPECT_EQ(after.seconds, 0x59);
+  EXPECT_EQ(after.frames, 0x25);
+}
+
+TEST(CineOpen, HeaderFileHasNoImageOffsets) {
+  CineBuilder b;
+  b.HeaderOnly().Image(8, 2, 16);
+  b.setup().SetU32(setup::kRealBPP, 12);
+  Opened o(b.Build(), ".chd");
+  ASSERT_EQ(o.status, 0);
+  EXPECT_EQ(o.cine->SourceFileType, 4);
+  EXPECT_EQ(o.cine->H.Setup.RealBPP, 8u);  // a TIFF set carries 8 bits
+}
+
+TEST(CineOpen, RecordFieldsAfterOpen) {
+  CineBuilder b;
+  b.Range(-100, 1000, -20, 10).Image(64, 8, 16);
+  b.setup().SetU32(setup::kRealBPP, 12);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  CineHandle c = o.cine;
+  int32_t first = 0, last = 0;
+  EXPECT_EQ(XeGetCineRange(c, &first, &last), 0);
+  EXPECT_EQ(first, -100);
+  EXPECT_EQ(last, 899);
+  EXPECT_EQ(c->IsFileCine, 1u);
+  EXPECT_EQ(c->CN, -1);
+  EXPECT_EQ(c->CineNr, 1);
+  EXPECT_EQ(c->Saving.SaveFirst, -20);
+  EXPECT_EQ(c->Saving.SaveCount, 10u);
+  EXPECT_EQ(c->Saving.FileType, 0);
+  EXPECT_EQ(c->Saving.Save16Bit, 1u);
+  EXPECT_EQ(c->Saving.QFactor, 2u);
+  EXPECT_EQ(c->Saving.AviFrameRate, 5u);
+  EXPECT_EQ(c->FetchReserved, 0x80000000u);
+  EXPECT_EQ(c->CineUseCase, 1u);
+  EXPECT_NE(c->ProcessingState, nullptr);
+  EXPECT_STREQ(c->OpenedFileName, o.file.c_str());
+  EXPECT_EQ(std::memcmp(&c->BmihOpened, &c->H.Bmih, sizeof(BitmapInfoHeader)), 0);
+  EXPECT_EQ(XefIs16BitCine(c), 1);
+  EXPECT_EQ(XefIsRawCine(c), 0);  // a processed cine file
+  EXPECT_EQ(XevGetCineInfo(c, CIS_FirstImageNo), static_cast<uint32_t>(-20));
+  EXPECT_EQ(XevGetCineInfo(c, CIS_RealBPP), 12u);
+}
+
+TEST(CineOpen, DuplicateOwnsItsFilePositionAndOutlivesTheSource) {
+  CineBuilder b;
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  CineHandle dup = nullptr;
+  ASSERT_EQ(XeDuplicateCine(&dup, o.cine), 0);
+  ASSERT_NE(dup, nullptr);
+  EXPECT_NE(dup->FileHandle, o.cine->FileHandle);
+  EXPECT_NE(dup->ProcessingState, o.cine->ProcessingState);
+  lseek(o.cine->FileHandle, 100, SEEK_SET);
+  EXPECT_EQ(lseek(dup->FileHandle, 0, SEEK_CUR), 0);
+  XeDestroyCine(o.cine);
+  o.cine = nullptr;
+  EXPECT_GE(fcntl(dup->FileHandle, F_GETFD), 0);
+  EXPECT_EQ(dup->H.Header.ImageCount, 3u);
+  XeDestroyCine(dup);
+}
+
+TEST(CineLifecycle, LiveCinesAreNeitherDuplicatedNorDestroyed) {
+  CineHandle c = nullptr;
+  ASSERT_EQ(XefNewCine(&c, 8, 8, 8, 0, 1), 0);
+  c->CineKind = 1;
+  CineHandle dup = reinterpret_cast<CineHandle>(0x1);
+  EXPECT_EQ(XeDuplicateCine(&dup, c), XE_INFO_NOT_RECORDED);
+  EXPECT_EQ(dup, nullptr);
+  EXPECT_EQ(XeDestroyCine(c), 0);
+  EXPECT_EQ(c->H.Header.ImageCount, 1u);  // still usable
+  c->CineKind = 0;
+  XeDestroyCine(c);
+  EXPECT_EQ(XeDuplicateCine(&dup, nullptr), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(XeDestroyCine(nullptr), 0);
+}
+
+TEST(CineLifecycle, NewCineInMemory) {
+  CineHandle c = nullptr;
+  ASSERT_EQ(XefNewCine(&c, 33, 7, 16, -5, 12), 0);
+  const CineFileHeader &h = c->H.Header;
+  EXPECT_EQ(h.Type, CINE_TYPE_CI);
+  EXPECT_EQ(h.FirstMovieImage, -5);
+  EXPECT_EQ(h.ImageCount, 12u);
+  EXPECT_EQ(h.OffImageOffsets, 7324u);
+  EXPECT_EQ(h.TriggerTime.fractions, 3u);
+  EXPECT_EQ(c->H.Bmih.biSizeImage, 68u * 7);  // 33 x 2 bytes padded to 68
+  EXPECT_EQ(c->H.Bmih.biXPelsPerMeter, 62500);
+  EXPECT_EQ(c->H.Setup.ImWidth, 33);
+  EXPECT_EQ(c->H.Setup.PostTrigger, 12u);
+  EXPECT_EQ(c->H.Setup.SoftwareVersion, 705u);
+  EXPECT_EQ(c->IsFileCine, 0u);
+  EXPECT_EQ(c->FileHandle, -1);
+  EXPECT_EQ(c->ImageRangeFirst, -5);
+  EXPECT_EQ(c->Saving.FileType, 0);
+  EXPECT_TRUE(xe::SetImageOffset(c, 11, 99));
+  EXPECT_FALSE(xe::SetImageOffset(c, 12, 99));
+  XeDestroyCine(c);
+
+  EXPECT_EQ(XefNewCine(&c, 0, 7, 8, 0, 1), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(XefNewCine(&c, 8, 7, 12, 0, 1), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(c, nullptr);
+  EXPECT_EQ(XefNewCine(&c, 8, 8, 8, 0, 0xFFFFFFFF), XE_ERR_CINE_ALLOC);
+  EXPECT_EQ(c, nullptr);
+}
+
+TEST(CinePredicates, HeadsAndDepths) {
+  CineHandle c = nullptr;
+  ASSERT_EQ(XefNewCine(&c, 8, 8, 16, 0, 1), 0);
+  ::Setup &s = c->H.Setup;
+  c->IsFileCine = 1;
+  s.CameraVersion = 62;
+  s.HeadSerial[1] = 11;
+  s.HeadSerial[2] = 12;
+  s.HeadSerial[3] = 0xFFFFFFFF;
+  EXPECT_EQ(XefIsMultiHeadCine(c), 0);
+  EXPECT_EQ(XefWasMultiHeadCamera(c), 1);
+  s.HeadSerial[3] = 13;
+  EXPECT_EQ(XefIsMultiHeadCine(c), 1);
+
+  s.CFA = 0x40000001;  // head 1 is gray
+  EXPECT_EQ(XefIsColorCineHead(c, 0), 1);
+  EXPECT_EQ(XefIsColorCineHead(c, 1), 0);
+  EXPECT_EQ(XefIsColorCineHead(c, -1), 1);
+  s.CFA = 0x80000000;  // no pattern at all
+  EXPECT_EQ(XefIsColorCineHead(c, -1), 0);
+
+  s.RealBPP = 12;
+  EXPECT_EQ(XefMaxPixLin(c), 4095);
+  c->BmihOpened.biCompression = 256;
+  EXPECT_EQ(XefMaxPixLin(c), 16383);
+  s.CFA = 0;
+  EXPECT_EQ(XefIsBWPackedCine(c), 1);
+  EXPECT_EQ(XefIsJPEGCompressed(-20), 1);
+  EXPECT_EQ(XefIsJPEGCompressed(-25), 0);
+  XeDestroyCine(c);
+}
+
+TEST(CineBmih, DeliveredHeaderOfRawAndRotatedCines) {
+  CineBuilder b;
+  b.Compression(2).Image(40, 10, 16, 0, 4096);
+  b.setup().SetU32(setup::kRealBPP, 12).SetU32(setup::kCFA, 1).SetI32(setup::kRotate, -90);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  BitmapInfoHeader h{};
+  ASSERT_EQ(XeGetCineBMIH(o.cine, &h), 0);
+  EXPECT_EQ(h.biBitCount, 48);
+  EXPECT_EQ(h.biWidth, 10);
+  EXPECT_EQ(h.biHeight, 40);
+  EXPECT_EQ(h.biClrImportant, 4096u);
+  EXPECT_EQ(h.biSizeImage, 10u * 6 * 40);  // 60-byte rows need no padding
+  EXPECT_EQ(XeGetCineBMIH(nullptr, &h), XE_ERR_NULL_CINE);
+
+  ASSERT_EQ(XeEnableCineColor(o.cine, 0), 0);
+  EXPECT_EQ(o.cine->H.Bmih.biBitCount, 16);
+  EXPECT_EQ(o.cine->ParamsChanged, 1u);
+  ASSERT_EQ(XeEnableCineColor(o.cine, 1), 0);
+  EXPECT_EQ(o.cine->H.Bmih.biBitCount, 48);
+  EXPECT_EQ(o.cine->H.Bmih.biSizeImage, 40u * 6 * 10);
+}
+
+TEST(CineSetup, ImageProcessingCopyTakesNineBytesOfTheMatrix) {
+  ::Setup src{}, dst{};
+  for (int i = 0; i < 9; ++i) {
+    src.fUserMatrix[i] = static_cast<float>(i + 1);
+    dst.fUserMatrix[i] = -1.0f;
+  }
+  src.Bright = 7;
+  src.TonePoints = 5;
+  src.WBGain[3].B = 2.5f;
+  src.fTone[31][1] = 0.5f;
+  src.Conv8Max = 999;
+  EXPECT_EQ(XefCopySetupImProcEx(&dst, &src, 0, 1), 0);
+  EXPECT_EQ(dst.Bright, 7);
+  EXPECT_EQ(dst.TonePoints, 0u);  // not part of the copy
+  EXPECT_EQ(dst.WBGain[3].B, 2.5f);
+  EXPECT_EQ(dst.fTone[31][1], 0.5f);
+  EXPECT_EQ(dst.Conv8Max, 999u);
+  EXPECT_EQ(dst.fUserMatrix[0], 1.0f);
+  EXPECT_EQ(dst.fUserMatrix[1], 2.0f);
+  // The third entry took only its low byte; entries four to nine stay.
+  uint8_t third[4], expected[4];
+  float minusOne = -1.0f, three = 3.0f;
+  std::memcpy(third, &dst.fUserMatrix[2], 4);
+  std::memcpy(expected, &minusOne, 4);
+  expected[0] = reinterpret_cast<const uint8_t *>(&three)[0];
+  EXPECT_EQ(std::memcmp(third, expected, 4), 0);
+  for (int i = 3; i < 9; ++i) EXPECT_EQ(dst.fUserMatrix[i], -1.0f);
+}
+
+TEST(CineSetup, SetCineSetupWithoutACameraKeepsTheGeometry) {
+  CineHandle c = nullptr;
+  ASSERT_EQ(XefNewCine(&c, 8, 8, 16, 0, 1), 0);
+  ::Setup given = c->H.Setup;
+  given.FrameRate = 4321;
+  EXPECT_EQ(XefSetCineSetup(c, &given), XE_CAM_NO_CAMERA);
+  EXPECT_EQ(c->H.Setup.FrameRate, 4321u);
+  EXPECT_EQ(c->H.Bmih.biBitCount, 16);
+  EXPECT_EQ(XefSetCineSetup(nullptr, &given), XE_ERR_NULL_CINE);
+  XeDestroyCine(c);
+}
+
+}  // namespace

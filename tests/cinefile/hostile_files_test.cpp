@@ -1,0 +1,168 @@
+// Files that lie: truncated at any byte, offsets and sizes that point outside
+// the file or the record. Each gets a failure status or a safe answer, never
+// a read outside what is held (the sanitizer build checks that).
+#include <random>
+
+#include "cine_test_support.h"
+
+using namespace fixture;
+using cinetest::Opened;
+
+namespace {
+
+// A file with every kind of header part: a tagged area of two blocks and
+// three image offsets.
+CineBuilder RichFile() {
+  CineBuilder b;
+  b.Images(-1, 3).Image(8, 2, 8);
+  b.AddBlock(1002, Payload().Time(3, 1).Time(3, 2).Time(3, 3)).AddBlock(1004, U32s({1, 2, 3}));
+  b.setup().SetU32(setup::kRangeSize, 4);
+  return b;
+}
+
+// Asks the opened cine every question this layer answers.
+void Exercise(CineHandle c) {
+  if (!c) return;
+  uint8_t out[64];
+  for (uint32_t tag = 1000; tag <= 1008; ++tag) {
+    XeGetCineAuxData(c, -1, tag, 8, out);
+    XeGetCineAuxData(c, 1, tag, 44, out);
+    XefGetCineTaggedBlock(c, tag);
+  }
+  int32_t first, last;
+  XeGetCineRange(c, &first, &last);
+  BitmapInfoHeader h;
+  XeGetCineBMIH(c, &h);
+}
+
+TEST(HostileFiles, TruncationAtEveryByteOfTheHeaderParts) {
+  CineBuilder b = RichFile();
+  Bytes whole = b.Build();
+  const size_t headerParts = b.layout().OffImageOffsets + 3 * 8;
+  TempFile file;
+  for (size_t n = 0; n < headerParts; ++n) {
+    file.Write(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(n)));
+    CineHandle c = reinterpret_cast<CineHandle>(0x1);
+    int32_t status = XeNewCineFromFile(file.c_str(), &c);
+    ASSERT_LT(status, 0) << "truncated at " << n;
+    ASSERT_EQ(c, nullptr) << "truncated at " << n;
+  }
+  // Cut inside the images, the header parts are all there.
+  file.Write(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(headerParts) + 5));
+  CineHandle c = nullptr;
+  EXPECT_EQ(XeNewCineFromFile(file.c_str(), &c), 0);
+  XeDestroyCine(c);
+}
+
+TEST(HostileFiles, OffsetsPointingOutsideTheFile) {
+  {
+    CineBuilder b = RichFile();
+    b.header().OffSetup = 0x7FFFFFF0;
+    Opened o(b.Build());
+    EXPECT_EQ(o.status, XE_ERR_FILE_READ);
+    EXPECT_EQ(o.cine, nullptr);
+  }
+  {
+    CineBuilder b = RichFile();
+    b.header().OffImageOffsets = 0xFFFFFF00;  // a huge tagged area
+    Opened o(b.Build());
+    EXPECT_EQ(o.status, XE_ERR_FILE_READ);
+    EXPECT_EQ(o.cine, nullptr);
+  }
+  {
+    CineBuilder b = RichFile();
+    b.header().OffImageOffsets = 100;  // before the end of the Setup: no tagged area
+    Opened o(b.Build());
+    // The offsets are read from inside the Setup: nonsense, but held.
+    ASSERT_EQ(o.status, 0);
+    EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u);
+    Exercise(o.cine);
+  }
+  {
+    CineBuilder b = RichFile();
+    b.header().OffImageHeader = 0xFFFFFFF0;
+    Opened o(b.Build());
+    EXPECT_EQ(o.status, XE_ERR_FILE_READ);
+  }
+}
+
+TEST(HostileFiles, ImageCountsBeyondTheAllocationLimit) {
+  Bytes bytes = RichFile().Build();
+  PutU32(bytes, 20, 0xFFFFFFF0);  // ImageCount
+  Opened o(bytes);
+  EXPECT_EQ(o.status, XE_ERR_CINE_ALLOC);
+  EXPECT_EQ(o.cine, nullptr);
+  // Large but allocatable: refused because the file cannot hold the offsets.
+  PutU32(bytes, 20, 100000000);
+  Opened o2(bytes);
+  EXPECT_EQ(o2.status, XE_ERR_FILE_READ);
+  EXPECT_EQ(o2.cine, nullptr);
+}
+
+TEST(HostileFiles, BlocksThatRunPastTheArea) {
+  for (uint32_t size : {0u, 4u, 7u, 1000000u, 80000000u, 0xFFFFFFFFu}) {
+    CineBuilder b;
+    b.Images(0, 3)
+        .AddBlock(1004, U32s({1, 2, 3}), uint16_t{1}, size)
+        .AddBlock(1007, Bytes(24, 0x11));
+    b.setup().SetU32(setup::kRangeSize, 4);
+    Opened o(b.Build());
+    ASSERT_EQ(o.status, 0) << size;
+    Exercise(o.cine);
+    uint32_t v = 0;
+    int32_t r = XeGetCineAuxData(o.cine, 2, 1004, 4, &v);
+    if (size >= 8 && size <= 80000000) {
+      EXPECT_TRUE(r == 0 || r == XE_ERR_AUX_OUT_OF_RANGE) << size;
+    } else {
+      EXPECT_EQ(r, XE_ERR_AUX_TAG_ABSENT) << size;  // an invalid first block hides the area
+    }
+  }
+}
+
+TEST(HostileFiles, ZeroSizedBlockInTheMiddleOfAChainEndsTheWalk) {
+  CineBuilder b;
+  b.AddBlock(1003, U32s({1, 2, 3})).AddBlock(1004, Bytes{}, uint16_t{1}, 0u)
+      .AddBlock(1007, Bytes(24, 0));
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  Exercise(o.cine);
+  uint8_t tc[8];
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1007, 8, tc), 0);  // computed, the block is not reached
+}
+
+TEST(HostileFiles, RandomCorruptionOfTheHeaderParts) {
+  CineBuilder b = RichFile();
+  const Bytes whole = b.Build();
+  const size_t headerParts = b.layout().OffImageOffsets + 3 * 8;
+  std::mt19937 rng(20261121);
+  std::uniform_int_distribution<size_t> at(0, headerParts - 1);
+  std::uniform_int_distribution<int> byte(0, 255);
+  TempFile file;
+  for (int round = 0; round < 400; ++round) {
+    Bytes bad = whole;
+    // Favour the places that steer the reader: the file header, the Setup's
+    // Length and the tagged area.
+    for (int k = 0; k < 4; ++k) {
+      size_t pos = at(rng);
+      if (k == 0) pos = static_cast<size_t>(byte(rng)) % 44;
+      if (k == 1) pos = b.layout().OffSetup + 142 + static_cast<size_t>(byte(rng)) % 2;
+      if (k == 2) pos = b.layout().OffTagged + static_cast<size_t>(byte(rng)) % 48;
+      bad[pos] = static_cast<uint8_t>(byte(rng));
+    }
+    file.Write(bad);
+    CineHandle c = nullptr;
+    int32_t status = XeNewCineFromFile(file.c_str(), &c);
+    if (status < 0) {
+      ASSERT_EQ(c, nullptr) << round;
+      continue;
+    }
+    Exercise(c);
+    CineHandle dup = nullptr;
+    XeDuplicateCine(&dup, c);
+    Exercise(dup);
+    XeDestroyCine(dup);
+    XeDestroyCine(c);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,226 @@
+// The tagged area: old TIME_1 blocks converted on load, the chain walks, and
+// the per-image answers of XeGetCineAuxData.
+#include <cstring>
+
+#include "cine_test_support.h"
+
+using namespace fixture;
+using cinetest::Opened;
+
+namespace {
+
+// A TIME_1 block of a recording of T images: time i has seconds 1000 + i;
+// with exposures, exposure i is 500 + i.
+Bytes Time1Payload(uint32_t T, bool withExposures) {
+  Payload p;
+  for (uint32_t i = 0; i < T; ++i) p.Time(3, 1000 + i);
+  if (withExposures)
+    for (uint32_t i = 0; i < T; ++i) p.U32(500 + i);
+  return p;
+}
+
+Time64 TimeOf(CineHandle c, int32_t image) {
+  Time64 t{};
+  EXPECT_EQ(XeGetCineAuxData(c, image, 1002, sizeof t, &t), 0) << image;
+  return t;
+}
+
+TEST(Time1Block, BecomesTimeAndExposureBlocksOfTheStoredImages) {
+  for (bool behindSkipBlock : {false, true}) {
+    CineBuilder b;
+    b.Range(0, 100, 5, 10).Image(4, 2, 8);
+    if (behindSkipBlock) b.AddBlock(1000, Bytes(12, 0xAB));
+    b.AddBlock(1001, Time1Payload(100, true));
+    Opened o(b.Build());
+    ASSERT_EQ(o.status, 0);
+    auto *times = static_cast<Time64 *>(XefGetCineTaggedBlock(o.cine, 1002));
+    auto *exposures = static_cast<uint32_t *>(XefGetCineTaggedBlock(o.cine, 1003));
+    ASSERT_NE(times, nullptr);
+    ASSERT_NE(exposures, nullptr);
+    for (uint32_t i = 0; i < 10; ++i) {
+      EXPECT_EQ(times[i].seconds, 1005 + i);
+      EXPECT_EQ(exposures[i], 505 + i);
+    }
+    EXPECT_EQ(TimeOf(o.cine, 14).seconds, 1014u);
+    // The image offsets follow the rewritten blocks.
+    uint32_t skip = behindSkipBlock ? 20 : 0;
+    EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u + skip + (10 * 8 + 8) + (10 * 4 + 8));
+    EXPECT_EQ(cinetest::OffsetOf(o.cine, 9), b.layout().ImageRecords[9]);
+  }
+}
+
+TEST(Time1Block, WithoutRoomForExposuresOnlyTimesRemain) {
+  CineBuilder b;
+  b.Range(0, 100, 5, 10).AddBlock(1001, Time1Payload(100, false));
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  EXPECT_NE(XefGetCineTaggedBlock(o.cine, 1002), nullptr);
+  uint8_t *block = nullptr;
+  EXPECT_EQ(xe::FindTaggedBlock(o.cine, 1003, &block), 0);
+  EXPECT_EQ(block, nullptr);
+  EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u + 88);
+  EXPECT_EQ(cinetest::OffsetOf(o.cine, 0), b.layout().ImageRecords[0]);
+}
+
+TEST(Time1Block, ThatDoesNotHoldTheStoredImagesIsDropped) {
+  CineBuilder b;
+  b.Range(0, 100, 95, 10).AddBlock(1001, Time1Payload(100, false));  // images 95 to 104
+  b.setup().SetU32(setup::kFrameRate, 100);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u);
+  EXPECT_EQ(cinetest::OffsetOf(o.cine, 2), b.layout().ImageRecords[2]);
+  // Times are then computed from the trigger time and the rate.
+  Time64 t{};
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 150, 1002, 8, &t), 0);
+  EXPECT_EQ(t.seconds, 1700000001u);
+  EXPECT_EQ(t.fractions & ~3u, 0x80000000u);
+}
+
+TEST(TaggedBlocks, InvalidFirstBlockIsReportedAndTheAreaIgnored) {
+  cinetest::LogCapture log;
+  CineBuilder b;
+  b.AddBlock(1002, Payload().Time(3, 1).Time(3, 2).Time(3, 3), uint16_t{2});
+  b.setup().SetU32(setup::kFrameRate, 1000);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  Time64 t{};
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 1, 1002, 8, &t), 0);  // computed, internal clock
+  EXPECT_EQ(t.seconds, 1700000000u);
+  EXPECT_EQ(t.fractions & 3u, 3u);
+  uint32_t v;
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1004, 4, &v), XE_ERR_AUX_TAG_ABSENT);
+  EXPECT_NE(log.Text().find("Error: Cine structure error in the tagged area:\n unknown tag: 0x03ea, "
+                            "length: 0x00000020, wReserved: 0x0002"),
+            std::string::npos)
+      << log.Text();
+}
+
+TEST(TaggedBlocks, TaggedSizeBelowEightIsNoArea) {
+  CineBuilder b;
+  b.RawTagged(Bytes{1, 2, 3, 4});
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u);
+  EXPECT_EQ(cinetest::OffsetOf(o.cine, 0), b.layout().ImageRecords[0]);
+}
+
+TEST(TaggedBlocks, SignalBlocksNeedChannelsAndSamples) {
+  CineBuilder b;
+  b.AddBlock(1005, Bytes(3, 0xFF)).AddBlock(1006, Bytes(12, 0x11));
+  b.setup().SetI16(setup::kBinChannels, 4).SetI16(setup::kAnaChannels, 2);
+  b.setup().SetU8(setup::kSamplesPerImage, 0);
+  {
+    Opened o(b.Build());
+    ASSERT_EQ(o.status, 0);
+    EXPECT_EQ(XefGetCineTaggedBlock(o.cine, 1005), nullptr);
+    EXPECT_EQ(XefGetCineTaggedBlock(o.cine, 1006), nullptr);
+  }
+  b.setup().SetU8(setup::kSamplesPerImage, 1);
+  Opened o(b.Build());
+  ASSERT_NE(XefGetCineTaggedBlock(o.cine, 1005), nullptr);
+  ASSERT_NE(XefGetCineTaggedBlock(o.cine, 1006), nullptr);
+  // Analog entries are channels x samples x 2 bytes for each image.
+  uint8_t entry[4];
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 2, 1006, 4, entry), 0);
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 3, 1006, 4, entry), XE_ERR_AUX_OUT_OF_RANGE);
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 2, 1005, 1, entry), 0);
+}
+
+TEST(AuxData, RangeDataByImage) {
+  CineBuilder b;
+  b.Images(-2, 4).AddBlock(1002, Payload().Time(3, 1).Time(3, 2).Time(3, 3).Time(3, 4))
+      .AddBlock(1004, U32s({10, 11, 12, 13}));
+  b.setup().SetU32(setup::kRangeSize, 4);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  uint32_t v = 0;
+  EXPECT_EQ(XeGetCineAuxData(o.cine, -2, 1004, 4, &v), 0);
+  EXPECT_EQ(v, 10u);
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 1, 1004, 4, &v), 0);
+  EXPECT_EQ(v, 13u);
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 2, 1004, 4, &v), XE_ERR_AUX_OUT_OF_RANGE);  // one past the end
+  EXPECT_EQ(XeGetCineAuxData(o.cine, -3, 1004, 4, &v), XE_ERR_AUX_OUT_OF_RANGE);
+  // Entries are not copied beyond the block.
+  uint8_t big[8];
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 1, 1004, 8, big), XE_ERR_AUX_OUT_OF_RANGE);
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1005, 4, &v), XE_ERR_AUX_TAG_ABSENT);
+  EXPECT_EQ(XeGetCineAuxData(nullptr, 0, 1004, 4, &v), XE_ERR_NULL_CINE);
+}
+
+TEST(AuxData, TimesAndExposures) {
+  CineBuilder b;
+  b.Images(-1, 3).AddBlock(1002, Payload().Time(0x80000003, 100).Time(7, 101).Time(3, 102))
+      .AddBlock(1003, U32s({4294967, 0, 42949673}));
+  b.setup().SetU32(setup::kFrameRate, 10).SetU32(setup::kShutterNs, 2000000);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  Time64 t{};
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1002, 8, &t), 0);
+  EXPECT_EQ(t.seconds, 101u);
+  EXPECT_EQ(t.fractions, 7u);
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1002, 7, &t), XE_ERR_AUX_TOO_SMALL);
+  // Outside the block the time is computed from the trigger time and rate.
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 5, 1002, 8, &t), 0);
+  EXPECT_EQ(t.seconds, 1700000000u);
+  EXPECT_EQ(t.fractions & ~3u, 0x80000000u);
+  uint32_t us = 0;
+  EXPECT_EQ(XeGetCineAuxData(o.cine, -1, 1003, 4, &us), 0);
+  EXPECT_EQ(us, 1000u);
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 1, 1003, 4, &us), 0);
+  EXPECT_EQ(us, 10000u);
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 9, 1003, 4, &us), 0);  // the nominal shutter
+  EXPECT_EQ(us, 2000u);
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1003, 3, &us), XE_ERR_AUX_TOO_SMALL);
+}
+
+TEST(AuxData, TimecodeFromTheBlockOrComputed) {
+  CineBuilder b;
+  b.Images(0, 2).AddBlock(1007, Payload().U8(0x01).U8(0).U8(0).U8(0x12).U32(0xCAFE)
+                                    .U8(0x02).U8(0).U8(0).U8(0x12).U32(0));
+  Opened stored(b.Build());
+  ASSERT_EQ(stored.status, 0);
+  TCU u{};
+  EXPECT_EQ(XeGetCineAuxData(stored.cine, 0, 1008, sizeof u, &u), 0);
+  EXPECT_EQ(u.hours, 12u);
+  EXPECT_EQ(u.frames, 1u);
+  EXPECT_EQ(u.TCUserBits, 0xCAFEu);
+  EXPECT_EQ(XeGetCineAuxData(stored.cine, 0, 1008, 43, &u), XE_ERR_AUX_TOO_SMALL);
+
+  CineBuilder c;
+  c.Images(-3, 6);
+  c.setup().SetF32(setup::kTCRate, 25.0f).SetU8(setup::kTimeCode + 3, 0x10);  // 10:00:00:00
+  Opened computed(c.Build());
+  ASSERT_EQ(computed.status, 0);
+  TC tc{};
+  EXPECT_EQ(XeGetCineAuxData(computed.cine, -1, 1007, 8, &tc), 0);
+  EXPECT_EQ(tc.hours, 0x09);
+  EXPECT_EQ(tc.minutes, 0x59);
+  EXPECT_EQ(tc.seconds, 0x59);
+  EXPECT_EQ(tc.frames, 0x24);
+  EXPECT_EQ(XeGetCineAuxData(computed.cine, 50, 1007, 8, &tc), 0);
+  EXPECT_EQ(tc.seconds, 0x02);
+  EXPECT_EQ(tc.frames, 0x00);
+  EXPECT_EQ(XeGetCineAuxData(computed.cine, 0, 1007, 4, &tc), XE_ERR_AUX_TOO_SMALL);
+}
+
+TEST(TaggedBlocks, ChainWalksStopAtTheEndOfTheChain) {
+  // Two blocks; the second is found through Reserved bit 0 of the first.
+  CineBuilder b;
+  b.AddBlock(1003, U32s({1, 2, 3})).AddBlock(1004, U32s({4, 5, 6}));
+  b.setup().SetU32(setup::kRangeSize, 4);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  uint8_t *block = nullptr;
+  EXPECT_EQ(xe::FindTaggedBlock(o.cine, 1004, &block), 1);
+  EXPECT_NE(block, nullptr);
+  // A first block whose Reserved says it is the last hides the rest.
+  CineBuilder c;
+  c.AddBlock(1003, U32s({1, 2, 3}), uint16_t{0}).AddBlock(1004, U32s({4, 5, 6}));
+  Opened o2(c.Build());
+  ASSERT_EQ(o2.status, 0);
+  EXPECT_EQ(xe::FindTaggedBlock(o2.cine, 1004, &block), 0);
+  EXPECT_EQ(block, nullptr);
+}
+
+}  // namespace
