@@ -105,7 +105,9 @@ struct Cine {
   BitmapInfoHeader BmihOpened;     // the image header as made; restored before each fetch
   uint32_t ParamsChanged;          // the processing chain must be rebuilt
   uint64_t BlockBytes;             // size of this heap block
-  xe::CineHeaders H;                   // Header, Bmih, Setup; the tail follows
+  // Header, Bmih, Setup; the tail follows. Aligned so that the fields that
+  // are aligned in the file are aligned in memory too.
+  alignas(8) xe::CineHeaders H;
 };
 
 namespace xe {

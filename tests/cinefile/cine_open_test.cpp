@@ -71,9 +71,9 @@ TEST(CineOpen, ShortSetupReadsOverZerosAndFindsTheTaggedAreaBehindIt) {
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
   const ::Setup &s = o.cine->H.Setup;
-  EXPECT_EQ(s.Length, 7240);
-  EXPECT_EQ(s.ImWidth, 16);
-  EXPECT_EQ(s.ImHeight, 0);
+  EXPECT_EQ(+s.Length, 7240);
+  EXPECT_EQ(+s.ImWidth, 16);
+  EXPECT_EQ(+s.ImHeight, 0);
   EXPECT_EQ(s.RangeSize, 0u);
   // The block is there even though no field says how large its entries are.
   EXPECT_NE(XefGetCineTaggedBlock(o.cine, 1004), nullptr);
@@ -86,7 +86,7 @@ TEST(CineOpen, LongSetupReadsOnly7240Bytes) {
   b.setup().bytes()[7250] = 0x77;  // past the present record
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
-  EXPECT_EQ(o.cine->H.Setup.Length, 7240);
+  EXPECT_EQ(+o.cine->H.Setup.Length, 7240);
   uint32_t v = 0;
   EXPECT_EQ(XeGetCineAuxData(o.cine, 1, 1004, 4, &v), 0);
   EXPECT_EQ(v, 0xB2u);
@@ -296,7 +296,7 @@ TEST(CineLifecycle, NewCineInMemory) {
   EXPECT_EQ(h.TriggerTime.fractions, 3u);
   EXPECT_EQ(c->H.Bmih.biSizeImage, 68u * 7);  // 33 x 2 bytes padded to 68
   EXPECT_EQ(c->H.Bmih.biXPelsPerMeter, 62500);
-  EXPECT_EQ(c->H.Setup.ImWidth, 33);
+  EXPECT_EQ(+c->H.Setup.ImWidth, 33);
   EXPECT_EQ(c->H.Setup.PostTrigger, 12u);
   EXPECT_EQ(c->H.Setup.SoftwareVersion, 705u);
   EXPECT_EQ(c->IsFileCine, 0u);

@@ -1,0 +1,72 @@
+// Timecode arithmetic: whole-number rates, no drop frames, hours that do not
+// wrap on adding and a day that wraps on subtracting.
+#include <gtest/gtest.h>
+
+#include "info/timecode.h"
+
+namespace {
+
+using namespace xe;
+
+TC Make(uint8_t h, uint8_t m, uint8_t s, uint8_t f) {
+  TC tc{};
+  tc.hours = static_cast<uint8_t>(((h / 10) << 4) | (h % 10));
+  tc.minutes = static_cast<uint8_t>(((m / 10) << 4) | (m % 10));
+  tc.seconds = static_cast<uint8_t>(((s / 10) << 4) | (s % 10));
+  tc.frames = static_cast<uint8_t>(((f / 10) << 4) | (f % 10));
+  return tc;
+}
+
+void ExpectTC(const TC &tc, uint32_t h, uint32_t m, uint32_t s, uint32_t f) {
+  TCU u{};
+  UnpackTC(tc, &u);
+  EXPECT_EQ(u.hours, h);
+  EXPECT_EQ(u.minutes, m);
+  EXPECT_EQ(u.seconds, s);
+  EXPECT_EQ(u.frames, f);
+}
+
+TEST(Timecode, AddingRunsPastMidnightWithoutWrapping) {
+  ExpectTC(TCAddFrames(Make(23, 59, 59, 24), 1, 25.0f), 24, 0, 0, 0);
+  ExpectTC(TCAddFrames(Make(23, 59, 59, 0), 50, 25.0f), 24, 0, 1, 0);
+}
+
+TEST(Timecode, SubtractingWrapsBackThroughOneDay) {
+  ExpectTC(TCSubFrames(Make(0, 0, 0, 0), 1, 25.0f), 23, 59, 59, 24);
+  ExpectTC(TCSubFrames(Make(1, 0, 0, 0), 25 * 3600, 25.0f), 0, 0, 0, 0);
+}
+
+TEST(Timecode, RatesCountAsWholeNumbersWithoutDropFrames) {
+  ExpectTC(TCAddFrames(Make(0, 0, 59, 29), 1, 29.97f), 0, 1, 0, 0);
+  ExpectTC(TCAddFrames(Make(0, 0, 0, 23), 1, 23.976f), 0, 0, 1, 0);
+  ExpectTC(TCAddFrames(Make(0, 9, 59, 29), 2, 29.97f), 0, 10, 0, 1);  // no frames skipped
+  TC zero{};
+  EXPECT_EQ(TCToU64(TCAddFrames(Make(5, 5, 5, 5), 7, 0.4f)), TCToU64(zero));
+  EXPECT_EQ(TCToU64(TCSubFrames(Make(5, 5, 5, 5), 7, 0.4f)), TCToU64(zero));
+}
+
+TEST(Timecode, FlagsAndUserBitsAreCarriedByPackingButLostByArithmetic) {
+  TCU u{12, 34, 56, 21, 1, 0, 1, 1, 0, 1, 0xDEADBEEF};
+  TC tc = PackTC(u);
+  EXPECT_EQ(tc.frames, 0x40 | 0x12);  // frames 12 and flag F6
+  TCU back{};
+  UnpackTC(tc, &back);
+  EXPECT_EQ(back.frames, 12u);
+  EXPECT_EQ(back.TCFlagF6, 1u);
+  EXPECT_EQ(back.TCFlagS7, 1u);
+  EXPECT_EQ(back.TCFlagH7, 1u);
+  EXPECT_EQ(back.TCUserBits, 0xDEADBEEFu);
+  TC moved = TCAddFrames(tc, 0, 25.0f);
+  EXPECT_EQ(moved.TCUserBits, 0u);
+  EXPECT_EQ(moved.hours & 0xC0, 0);
+}
+
+TEST(Timecode, ImageOffsetsAroundAReferenceImage) {
+  TC base = Make(10, 0, 0, 0);
+  ExpectTC(TCFromImageOffset(-1, 25.0f, base, 0), 9, 59, 59, 24);
+  ExpectTC(TCFromImageOffset(26, 25.0f, base, 1), 10, 0, 1, 0);
+  ExpectTC(InitialTimecodeOfOldFile(-10, 30.0f), 1, 0, 0, 10);
+  ExpectTC(InitialTimecodeOfOldFile(3, 30.0f), 0, 59, 59, 27);
+}
+
+}  // namespace
