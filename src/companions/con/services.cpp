@@ -56,15 +56,17 @@ void XefAddSecondsToTime64(Time64 *t, double seconds) {
   const __int128 kMax = (static_cast<__int128>(1) << 64) - 1;
   uint32_t flags = t->fractions & 3u;
   __int128 now = (static_cast<__int128>(t->seconds) << 32) | (t->fractions & ~3u);
-  long double delta = static_cast<long double>(seconds) * kScale;
+  // |delta| below 2^64 converts exactly enough to a 128-bit count; beyond it
+  // the result is at one end of the scale whatever the start.
+  long double delta = std::roundl(static_cast<long double>(seconds) * kScale);
+  const long double kLimit = 18446744073709551616.0L;  // 2^64
   __int128 sum;
-  if (delta >= static_cast<long double>(kMax)) {
+  if (delta >= kLimit) {
     sum = kMax;
-  } else if (delta <= -static_cast<long double>(kMax)) {
+  } else if (delta <= -kLimit) {
     sum = 0;
   } else {
-    sum = now + static_cast<__int128>(std::llroundl(delta) );
-    sum = std::clamp<__int128>(sum, 0, kMax);
+    sum = std::clamp<__int128>(now + static_cast<__int128>(delta), 0, kMax);
   }
   t->seconds = static_cast<uint32_t>(sum >> 32);
   t->fractions = (static_cast<uint32_t>(sum) & ~3u) | flags;

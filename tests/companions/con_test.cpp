@@ -1,0 +1,172 @@
+// The local control companion: named settings, mutexes, ranges and time
+// arithmetic.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <thread>
+
+#include "companions/con/services.h"
+#include "companions/con/settings.h"
+#include "fixtures/cine_builder.h"
+#include "xefile/xefile_status.h"
+
+namespace {
+
+using namespace xe::con;
+
+// Points the settings at a fresh folder for the life of the object.
+class FreshSettings {
+ public:
+  FreshSettings() { Use(dir_.path()); }
+  ~FreshSettings() { ReloadSettings(); }
+  static void Use(const std::string &dir) {
+    setenv("XDG_CONFIG_HOME", dir.c_str(), 1);
+    ReloadSettings();
+  }
+  const std::string &dir() const { return dir_.path(); }
+
+ private:
+  fixture::TempDir dir_;
+};
+
+std::string Get(const char *name) {
+  char text[64];
+  return XefGetRegistryVal(name, text, sizeof text) == XE_OK ? text : "<missing>";
+}
+
+TEST(Settings, ArePersistedAndReadAgainAfterAReload) {
+  FreshSettings fresh;
+  EXPECT_EQ(SettingsPath(), fresh.dir() + "/xefile/settings.ini");
+  EXPECT_EQ(Get("Units"), "<missing>");
+  char text[8] = "junk";
+  EXPECT_EQ(XefGetRegistryVal("Units", text, sizeof text), XE_ERR_NOT_SUPPORTED);
+  EXPECT_STREQ(text, "");
+
+  ASSERT_EQ(XefSetRegistryVal("Units", "mm"), XE_OK);
+  ASSERT_EQ(XefSetRegistryVal("AlgoSave", " 0x11 "), XE_OK);
+  ASSERT_EQ(XefSetRegistryVal("Units", "inch"), XE_OK);
+  ReloadSettings();
+  EXPECT_EQ(Get("Units"), "inch");
+  uint32_t algo = 7;
+  EXPECT_EQ(XefGetIntAlgoRegistryVal("AlgoSave", &algo), XE_OK);
+  EXPECT_EQ(algo, 17u);
+  EXPECT_EQ(XefGetIntAlgoRegistryVal("AlgoView", &algo), XE_OK);
+  EXPECT_EQ(algo, 0u) << "a missing integer reads 0";
+
+  // A file edited by someone else is seen after a reload, comments skipped.
+  std::ofstream(SettingsPath()) << "# by hand\n[xefile]\n  Units = cm \nBackgroundColor=255\n";
+  EXPECT_EQ(Get("Units"), "inch") << "read once, until a reload";
+  ReloadSettings();
+  EXPECT_EQ(Get("Units"), "cm");
+  EXPECT_EQ(Get("BackgroundColor"), "255");
+  EXPECT_EQ(Get("AlgoSave"), "<missing>");
+
+  // A short buffer gets a cut, terminated text.
+  char small[3];
+  EXPECT_EQ(XefGetRegistryVal("BackgroundColor", small, sizeof small), XE_OK);
+  EXPECT_STREQ(small, "25");
+}
+
+TEST(Settings, KeepWorkingInMemoryWhenTheFileCannotBeWritten) {
+  fixture::TempFile notADir(fixture::Bytes{'x'}, "");
+  FreshSettings::Use(notADir.path());
+  EXPECT_EQ(XefSetRegistryVal("Units", "mm"), XE_ERR_FILE_WRITE);
+  EXPECT_EQ(Get("Units"), "mm");
+  ReloadSettings();
+}
+
+TEST(Mutexes, TimeOutWhileAnotherThreadHoldsThem) {
+  std::timed_mutex m;
+  EXPECT_EQ(XefAcquireMutex(nullptr, 10), XE_ERR_NULL_ARGUMENT);
+  std::thread holder([&] {
+    ASSERT_EQ(XefAcquireMutex(&m, 0), XE_OK);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    XefReleaseMutex(&m);
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  uint32_t t0 = XefMilisec();
+  EXPECT_EQ(XefAcquireMutex(&m, 40), XE_ERR_MUTEX_TIMEOUT);
+  EXPECT_GE(XefMilisec() - t0, 35u);
+  EXPECT_EQ(XefAcquireMutex(&m, 5000), XE_OK);
+  XefReleaseMutex(&m);
+  holder.join();
+}
+
+TEST(IntersectRanges, CutsTheRangeAndTellsWhetherItWasWhole) {
+  struct Case {
+    int32_t first;
+    uint32_t cnt;
+    int32_t byFirst;
+    uint32_t byCnt;
+    int32_t newFirst;
+    uint32_t newCnt;
+    bool unchanged;
+  };
+  const Case cases[] = {
+      {-5, 10, -100, 1000, -5, 10, true},  // inside
+      {-5, 10, 0, 100, 0, 5, false},       // first images cut
+      {-5, 10, -20, 20, -5, 5, false},     // last images cut
+      {-5, 10, -3, 2, -3, 2, false},       // both ends
+      {-5, 10, 5, 10, -5, 0, false},       // just past the end: empty
+      {20, 3, -5, 10, 20, 0, false},       // far beyond
+      {INT32_MIN, 0xFFFFFFFFu, -7, 9, -7, 9, false},
+      {2147483600, 100, 2147483600, 47, 2147483600, 47, false},
+  };
+  for (const Case &c : cases) {
+    ImageRange r{c.first, c.cnt};
+    const ImageRange by{c.byFirst, c.byCnt};
+    int32_t answer = XefIntersectRanges(&r, &by);
+    SCOPED_TRACE(::testing::Message() << c.first << "+" << c.cnt << " by " << c.byFirst << "+"
+                                      << c.byCnt);
+    EXPECT_EQ(int32_t{r.First}, c.newFirst);
+    EXPECT_EQ(uint32_t{r.Cnt}, c.newCnt);
+    EXPECT_EQ(answer != 0, c.unchanged);
+  }
+}
+
+TEST(Time64Arithmetic, AddKeepsTheFlagBitsAndSaturates) {
+  Time64 t{3, 100};
+  XefAddSecondsToTime64(&t, 1.5);
+  EXPECT_EQ(uint32_t{t.seconds}, 101u);
+  EXPECT_EQ(uint32_t{t.fractions}, 0x80000003u);
+  XefAddSecondsToTime64(&t, -1.75);
+  EXPECT_EQ(uint32_t{t.seconds}, 99u);
+  EXPECT_EQ(uint32_t{t.fractions}, 0xC0000003u);
+
+  Time64 flagged{0x00000002, 50};
+  XefAddSecondsToTime64(&flagged, 0.25);
+  EXPECT_EQ(uint32_t{flagged.fractions}, 0x40000002u);
+  XefAddSecondsToTime64(&flagged, std::nan(""));
+  EXPECT_EQ(uint32_t{flagged.fractions}, 0x40000002u);
+  EXPECT_EQ(uint32_t{flagged.seconds}, 50u);
+
+  // Steps of more than 2^31 seconds stay inside the scale and are exact.
+  Time64 far{3, 1000};
+  XefAddSecondsToTime64(&far, 3e9);
+  EXPECT_EQ(uint32_t{far.seconds}, 3000001000u);
+  XefAddSecondsToTime64(&far, -3e9);
+  EXPECT_EQ(uint32_t{far.seconds}, 1000u);
+  EXPECT_EQ(uint32_t{far.fractions}, 3u);
+
+  Time64 high{1, 0xFFFFFFF0u};
+  XefAddSecondsToTime64(&high, 1e12);
+  EXPECT_EQ(uint32_t{high.seconds}, 0xFFFFFFFFu);
+  EXPECT_EQ(uint32_t{high.fractions}, 0xFFFFFFFDu);
+  Time64 low{2, 10};
+  XefAddSecondsToTime64(&low, -11.0);
+  EXPECT_EQ(uint32_t{low.seconds}, 0u);
+  EXPECT_EQ(uint32_t{low.fractions}, 2u);
+}
+
+TEST(Time64Arithmetic, DifferenceIgnoresTheFlagBits) {
+  Time64 a{0x80000003u, 10}, b{0x00000001u, 12};
+  EXPECT_DOUBLE_EQ(XefSubTime64(&a, &b), -1.5);
+  EXPECT_DOUBLE_EQ(XefSubTime64(&b, &a), 1.5);
+  Time64 c{0x00000000u, 0}, d{0xFFFFFFFFu, 0xFFFFFFFFu};
+  EXPECT_NEAR(XefSubTime64(&d, &c), 4294967296.0, 1e-6);
+}
+
+}  // namespace
