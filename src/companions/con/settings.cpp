@@ -1,14 +1,12 @@
 #include "companions/con/settings.h"
 
-#include <sys/stat.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <mutex>
-#include <sstream>
 
 #include "xefile/xefile_status.h"
 
@@ -61,24 +59,13 @@ void LoadLocked(Store &st) {
   }
 }
 
-bool MakeDirs(const std::string &dir) {
-  std::string part;
-  std::stringstream ss(dir);
-  std::string piece;
-  if (!dir.empty() && dir[0] == '/') part = "/";
-  while (std::getline(ss, piece, '/')) {
-    if (piece.empty()) continue;
-    part += piece + "/";
-    if (mkdir(part.c_str(), 0700) != 0 && errno != EEXIST) return false;
-  }
-  return true;
-}
-
 // Writes the whole store through a temporary file and a rename, so that a
 // reader never sees half a file. Called with the lock held.
 bool SaveLocked(const Store &st) {
   if (st.path.empty()) return false;
-  if (!MakeDirs(ConfigDir())) return false;
+  std::error_code ec;
+  std::filesystem::create_directories(ConfigDir(), ec);
+  if (ec) return false;
   std::string tmp = st.path + ".tmp";
   {
     std::ofstream out(tmp, std::ios::trunc);
