@@ -75,6 +75,18 @@ XEFILE_API int32_t XeEnableCineColor(CineHandle cine, uint32_t enable);
  * agree with the camera. Without a camera it answers the camera's failure. */
 XEFILE_API int32_t XefSetCineSetup(CineHandle cine, const Setup *setup);
 
+/* ---- Images ----------------------------------------------------------------
+ * XeGetCineImage reads the images of `range` (first image, count) into
+ * `pixels`, one after the other at the stride of one image, and passes them
+ * through the processing chain of the cine's use case. `header` receives the
+ * header of the delivered images (biSize 48, black and white levels). The
+ * buffer must hold `range->Cnt` images of the largest size the cine can
+ * deliver; else XE_ERR_BUFFER_TOO_SMALL and nothing is read. Images outside
+ * the cine are left untouched and are not an error. Packed 10-bit images
+ * come packed from a raw fetch. */
+XEFILE_API int32_t XeGetCineImage(CineHandle cine, ImageRange *range, uint8_t *pixels,
+                                  uint32_t bufferSize, ImageHeader *header);
+
 /* ---- Information selectors (CIS_*, xefile_selectors.h) ---------------------
  * A selector that is not listed answers XE_ERR_NOT_SUPPORTED (-2018); a null
  * cine or value XE_ERR_NULL_ARGUMENT. Integer values are written as 32 bits;
