@@ -19,6 +19,25 @@ bool ValidDepth(int32_t d) { return d == 8 || d == 16 || d == 24 || d == 48; }
 
 }  // namespace
 
+// The copy owns its own file position, working block and save control; a
+// movie reader stays shared with the source, which must outlive the copy.
+int32_t DuplicateCine(Cine **out, const Cine *src) {
+  if (!out || !src) return XE_ERR_NULL_ARGUMENT;
+  *out = nullptr;
+  auto *copy = static_cast<Cine *>(AllocZeroed(src->BlockBytes));
+  if (!copy) return XE_ERR_NO_MEMORY;
+  std::memcpy(static_cast<void *>(copy), src, src->BlockBytes);
+  copy->FileHandle = kNoFile;
+  copy->ProcessingState = nullptr;
+  std::memset(&copy->Save, 0, sizeof copy->Save);
+  int32_t status = XE_OK;
+  if (src->IsFileCine) Merge(status, XefFileOpenRead(src->OpenedFileName, &copy->FileHandle));
+  copy->ProcessingState = static_cast<uint32_t *>(AllocZeroed(kProcessingStateSize));
+  if (!copy->ProcessingState) status = XE_ERR_NO_MEMORY;
+  *out = copy;
+  return status;
+}
+
 void FillCreationFields(Cine *c) {
   const CineFileHeader &h = c->H.Header;
   c->Saving.SaveFirst = h.FirstImageNo;
@@ -108,33 +127,18 @@ XEFILE_API int32_t XeDestroyCine(CineHandle cine) {
 }
 
 XEFILE_API int32_t XefDuplicateCine(CineHandle *out, CineHandle src) {
-  int32_t status = XE_OK;
+  int32_t status = DuplicateCine(out, src);
   ErrCodeOnExit log(status);
-  if (!out || !src) return status = XE_ERR_NULL_ARGUMENT;
-  *out = nullptr;
-  auto *copy = static_cast<Cine *>(AllocZeroed(src->BlockBytes));
-  if (!copy) return status = XE_ERR_NO_MEMORY;
-  std::memcpy(static_cast<void *>(copy), src, src->BlockBytes);
-  // The copy owns its own file position, working block and save control.
-  copy->FileHandle = kNoFile;
-  copy->ProcessingState = nullptr;
-  std::memset(&copy->Save, 0, sizeof copy->Save);
-  if (src->IsFileCine) Merge(status, XefFileOpenRead(src->OpenedFileName, &copy->FileHandle));
-  copy->ProcessingState = static_cast<uint32_t *>(AllocZeroed(kProcessingStateSize));
-  if (!copy->ProcessingState) status = XE_ERR_NO_MEMORY;
-  *out = copy;
   return status;
 }
 
 XEFILE_API int32_t XeDuplicateCine(CineHandle *out, CineHandle src) {
+  int32_t status = XE_OK;
+  ErrCodeOnExit log(status);
   if (out) *out = nullptr;
-  if (!out || !src) {
-    int32_t status = XE_ERR_NULL_ARGUMENT;
-    ErrCodeOnExit log(status);
-    return status;
-  }
-  if (!src->IsFileCine && src->CineKind == kLiveCine) return XE_INFO_NOT_RECORDED;
-  return XefDuplicateCine(out, src);
+  if (out && src && !src->IsFileCine && src->CineKind == kLiveCine)
+    return status = XE_INFO_NOT_RECORDED;
+  return status = DuplicateCine(out, src);
 }
 
 }
