@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "companions/int/packing.h"
 #include "frame/file_io.h"
 #include "saving/saving_options.h"
 #include "xefile/xefile.h"
@@ -99,7 +100,7 @@ struct Cine {
   uint32_t SaveAlgo;
   // View-state words kept for applications.
   uint32_t ViewWord564, ViewWord568, ViewWord580, ViewWord584, ViewWord592, ViewWord596;
-  uint32_t PackInfo[8];
+  xe::intl::PackInfo PackInfo;   // the state of the packed-image conversions
   xe::SaveControl Save;
   int32_t LastSaveStatus;
   BitmapInfoHeader BmihOpened;     // the image header as made; restored before each fetch

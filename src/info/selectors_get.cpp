@@ -109,7 +109,7 @@ bool RecordAddress(Cine *c, uint32_t sel, void *value) {
     case CIS_PtrViewWord592: PutPtr(value, &c->ViewWord592); return true;
     case CIS_PtrCineKind: PutPtr(value, &c->CineKind); return true;
     case CIS_PtrOpenedBmih: PutPtr(value, &c->BmihOpened); return true;
-    case CIS_PtrPackInfo: PutPtr(value, c->PackInfo); return true;
+    case CIS_PtrPackInfo: PutPtr(value, &c->PackInfo); return true;
     case CIS_PtrSaveJobNo: PutPtr(value, &c->Save.SaveJobNumber); return true;
     case CIS_PtrParamsChanged: PutPtr(value, &c->ParamsChanged); return true;
     case CIS_PtrViewWord564: PutPtr(value, &c->ViewWord564); return true;

@@ -1,0 +1,205 @@
+// Packed 10-bit images: the bit layout, in-place unpack and repack, and the
+// linearisation curve.
+#include "companions/int/packing.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <random>
+#include <vector>
+
+namespace {
+
+using namespace xe::intl;
+
+BitmapInfoHeader PackedHeader(int32_t w, int32_t h) {
+  BitmapInfoHeader b{};
+  b.biSize = 40;
+  b.biWidth = w;
+  b.biHeight = h;
+  b.biPlanes = 1;
+  b.biBitCount = 16;
+  b.biCompression = 256;
+  b.biClrImportant = 1024;
+  b.biSizeImage = static_cast<uint32_t>((uint64_t(w) * uint64_t(h) * 10 + 7) / 8);
+  return b;
+}
+
+size_t Stride(int32_t w) { return (static_cast<size_t>(w) * 2 + 3) / 4 * 4; }
+
+// The layout written bit by bit: sample i at stream bits 10i..10i+9, most
+// significant first, stream bit 0 the top bit of byte 0.
+std::vector<uint8_t> PackBitByBit(const std::vector<uint16_t> &codes) {
+  std::vector<uint8_t> out((codes.size() * 10 + 7) / 8, 0);
+  for (size_t i = 0; i < codes.size(); ++i)
+    for (size_t b = 0; b < 10; ++b) {
+      const size_t bit = 10 * i + b;
+      if ((codes[i] >> (9 - b)) & 1) out[bit / 8] |= static_cast<uint8_t>(0x80 >> (bit % 8));
+    }
+  return out;
+}
+
+// Exactly as large as the unpacked image, the packed bytes at its start: the
+// sanitizer sees any access beyond it.
+std::vector<uint8_t> Buffer(const std::vector<uint8_t> &packed, int32_t w, int32_t h) {
+  std::vector<uint8_t> buf(Stride(w) * h, 0xCD);
+  std::memcpy(buf.data(), packed.data(), packed.size());
+  return buf;
+}
+
+uint16_t At(const std::vector<uint8_t> &buf, int32_t w, int32_t x, int32_t y) {
+  uint16_t v;
+  std::memcpy(&v, buf.data() + y * Stride(w) + x * 2, 2);
+  return v;
+}
+
+// Unpacks in the given mode, checks every sample and the header, repacks and
+// expects the original bytes back.
+void RoundTrip(int32_t w, int32_t h, const std::vector<uint16_t> &codes, uint32_t mode) {
+  SCOPED_TRACE(::testing::Message() << w << "x" << h << " mode " << mode);
+  const std::vector<uint8_t> packed = PackBitByBit(codes);
+  std::vector<uint8_t> buf = Buffer(packed, w, h);
+  BitmapInfoHeader b = PackedHeader(w, h);
+  ASSERT_EQ(XefUnpackImage(&b, buf.data(), nullptr, mode), 0);
+  EXPECT_EQ(b.biCompression, 0u);
+  EXPECT_EQ(b.biBitCount, 16);
+  EXPECT_EQ(b.biClrImportant, mode == 1 ? 16384u : 1024u);
+  EXPECT_EQ(b.biSizeImage, buf.size());
+  const uint16_t *lut = LinearizationTable();
+  for (int32_t y = 0; y < h; ++y) {
+    for (int32_t x = 0; x < w; ++x) {
+      const uint16_t code = codes[y * w + x];
+      ASSERT_EQ(At(buf, w, x, y), mode == 1 ? lut[code] : code) << "at " << x << "," << y;
+    }
+    if (Stride(w) > size_t(w) * 2) {
+      ASSERT_EQ(At(buf, w, w, y), 0) << "padding of row " << y;
+    }
+  }
+  ASSERT_EQ(XefRepackImage(&b, buf.data(), nullptr, 10), 0);
+  EXPECT_EQ(b.biCompression, 256u);
+  EXPECT_EQ(b.biClrImportant, 1024u);
+  EXPECT_EQ(b.biSizeImage, packed.size());
+  EXPECT_EQ(std::vector<uint8_t>(buf.begin(), buf.begin() + packed.size()), packed);
+}
+
+TEST(PackedLayout, FourSamplesFillFiveBytesMostSignificantBitFirst) {
+  const std::vector<uint16_t> codes = {0x3FF, 0x000, 0x155, 0x2AA};
+  // 1111111111 0000000000 0101010101 1010101010
+  const std::vector<uint8_t> bytes = {0xFF, 0xC0, 0x05, 0x56, 0xAA};
+  ASSERT_EQ(PackBitByBit(codes), bytes);
+  RoundTrip(4, 1, codes, 0);
+  RoundTrip(2, 2, codes, 0);  // a group of four across two rows
+}
+
+TEST(PackedLayout, WidthsThatAreNotMultiplesOfFourRoundTrip) {
+  std::mt19937 rng(7);
+  const int32_t sizes[][2] = {{5, 3}, {7, 1}, {1, 1}, {3, 3}, {6, 2}, {1, 5}, {2, 3}, {3, 1}};
+  for (const auto &s : sizes) {
+    std::vector<uint16_t> codes(s[0] * s[1]);
+    for (uint16_t &c : codes) c = static_cast<uint16_t>(rng() % 1024);
+    RoundTrip(s[0], s[1], codes, 0);
+    RoundTrip(s[0], s[1], codes, 1);
+  }
+}
+
+TEST(PackedLayout, EveryCodeSurvivesBothModes) {
+  // 41 x 25 holds every code once and a partial group; 131 x 47 spans several
+  // passes of the working buffer, with groups across rows.
+  const int32_t sizes[][2] = {{41, 25}, {131, 47}};
+  for (const auto &s : sizes) {
+    std::vector<uint16_t> codes(s[0] * s[1]);
+    for (size_t i = 0; i < codes.size(); ++i) codes[i] = static_cast<uint16_t>(i * 389 % 1024);
+    RoundTrip(s[0], s[1], codes, 1);
+    RoundTrip(s[0], s[1], codes, 0);
+  }
+}
+
+TEST(PackedLayout, RepackClampsSamplesBeyondTheDepth) {
+  struct Case {
+    uint32_t levels;
+    uint16_t in[4];
+    uint16_t codes[4];
+  };
+  const Case cases[] = {{16384, {16383, 16384, 65535, 0}, {1023, 1023, 1023, 0}},
+                        {1024, {1023, 1024, 65535, 5}, {1023, 1023, 1023, 5}}};
+  for (const Case &c : cases) {
+    BitmapInfoHeader b = PackedHeader(4, 1);
+    b.biCompression = 0;
+    b.biClrImportant = c.levels;
+    std::vector<uint8_t> buf(8);
+    std::memcpy(buf.data(), c.in, 8);
+    ASSERT_EQ(XefRepackImage(&b, buf.data(), nullptr, 10), 0);
+    buf.resize(5);
+    EXPECT_EQ(buf, PackBitByBit({c.codes, c.codes + 4})) << c.levels;
+  }
+}
+
+TEST(PackedLayout, RefusalsChangeNothing) {
+  std::vector<uint8_t> buf(64, 0x5A);
+  const std::vector<uint8_t> before = buf;
+  BitmapInfoHeader plain = PackedHeader(4, 2);
+  plain.biCompression = 0;
+  BitmapInfoHeader b = plain;
+  EXPECT_EQ(XefUnpackImage(&b, buf.data(), nullptr, 1), -2018);
+  b.biClrImportant = 4096;  // 12-bit samples have no packed form
+  EXPECT_EQ(XefRepackImage(&b, buf.data(), nullptr, 10), -2018);
+  b.biClrImportant = 1024;
+  EXPECT_EQ(XefRepackImage(&b, buf.data(), nullptr, 12), -2018);
+  BitmapInfoHeader packed = PackedHeader(4, 2);
+  EXPECT_EQ(XefUnpackImage(&packed, buf.data(), nullptr, 2), -2018);
+  EXPECT_EQ(XefRepackImage(&packed, buf.data(), nullptr, 10), -2018);
+  BitmapInfoHeader huge = PackedHeader(0x7FFFFFFF, 0x7FFFFFFF);
+  EXPECT_EQ(XefUnpackImage(&huge, buf.data(), nullptr, 0), -2018);
+  EXPECT_EQ(XefUnpackImage(nullptr, buf.data(), nullptr, 0), -200);
+  EXPECT_EQ(XefUnpackImage(&packed, nullptr, nullptr, 0), -200);
+  EXPECT_EQ(XefRepackImage(&b, nullptr, nullptr, 10), -200);
+  EXPECT_EQ(std::memcmp(&b, &plain, sizeof b), 0);
+  EXPECT_EQ(packed.biCompression, 256u);
+  EXPECT_EQ(huge.biCompression, 256u);
+  EXPECT_EQ(buf, before);
+}
+
+TEST(LinearizationCurve, StrictlyIncreasingFullScaleWithAnExactInverse) {
+  const uint16_t *lin = LinearizationTable();
+  const uint16_t *inv = InverseLinearizationTable();
+  EXPECT_EQ(lin[0], 0);
+  EXPECT_EQ(lin[1023], 16383);
+  for (int c = 1; c < 1024; ++c) ASSERT_GT(lin[c], lin[c - 1]) << c;
+  for (int c = 0; c < 1024; ++c) ASSERT_EQ(inv[lin[c]], c);
+  // Every value goes to a nearest code, and a tie to the lower one.
+  for (int v = 0; v < 16384; ++v) {
+    const int c = inv[v], d = std::abs(lin[c] - v);
+    if (c > 0) {
+      ASSERT_GT(std::abs(lin[c - 1] - v), d) << v;
+    }
+    if (c < 1023) {
+      ASSERT_GE(std::abs(lin[c + 1] - v), d) << v;
+    }
+  }
+  uint16_t doubled[1024];
+  XefFillMagazineLUT(doubled, 2.0f);
+  for (int c = 0; c < 1024; ++c) {
+    if (2 * lin[c] < 16383) {
+      ASSERT_LE(std::abs(doubled[c] - 2 * lin[c]), 1) << c;
+    } else {
+      ASSERT_EQ(doubled[c], 16383) << c;
+    }
+  }
+}
+
+TEST(LinearizationCurve, OnlyTenToFourteenBitsOfPackedDataExists) {
+  uint16_t table[1024];
+  ASSERT_EQ(XefBuildLinearizationLut(256, 10, 14, table), 0);
+  EXPECT_EQ(std::memcmp(table, LinearizationTable(), sizeof table), 0);
+  const int32_t bad[][3] = {{256, 12, 14}, {256, 10, 16}, {0, 10, 14}};
+  for (const auto &a : bad) {
+    std::fill(std::begin(table), std::end(table), 0xBEEF);
+    EXPECT_EQ(XefBuildLinearizationLut(a[0], int16_t(a[1]), int16_t(a[2]), table), -304);
+    EXPECT_TRUE(std::all_of(std::begin(table), std::end(table),
+                            [](uint16_t v) { return v == 0xBEEF; }));
+  }
+}
+
+}  // namespace
