@@ -126,6 +126,62 @@ XEFILE_API void *XefGetCineTaggedBlock(CineHandle cine, uint32_t tag);
 XEFILE_API int32_t XeGetCineAuxData(CineHandle cine, int32_t image, uint32_t tag, uint32_t size,
                                     void *out);
 
+/* ---- Image time and timecode ------------------------------------------------
+ * Every image has a time (Time64), an exposure in units of 2^-32 s and a
+ * timecode. They come from the cine's tagged blocks; when a cine holds none
+ * they are computed from the trigger time, the frame rate, the shutter and
+ * the Setup's TimeCode. Timecode counts whole frames at the nearest whole
+ * rate (29.97 counts as 30) and never drops frames. */
+/* The image's time into out. 1 for a stored time, or a computed one with the
+ * internal frame clock; 0 for a computed time of an externally synchronised
+ * cine (out is still written) and for a null cine or out (nothing written).
+ * A computed time has both flag bits of fractions set. */
+XEFILE_API int32_t XefCineImageTime(CineHandle cine, int32_t imageNo, Time64 *out);
+/* The image's exposure in units of 2^-32 s. 1 for a stored exposure, or the
+ * Setup's shutter without automatic exposure; 0 otherwise, as above. */
+XEFILE_API int32_t XefCineImageExposure(CineHandle cine, int32_t imageNo, uint32_t *out);
+/* Seconds from the trigger to the image, negative before it. 1, or 0 with
+ * *out = 0.0 when the image's time is not trusted (see XefCineImageTime). */
+XEFILE_API int32_t XefTimeFromTrigger(CineHandle cine, int32_t imageNo, double *out);
+/* The cine's time format: 0 local time, 1 UTC, 2 timecode. 0 for null. */
+XEFILE_API uint32_t XefCineUT(CineHandle cine);
+/* The image's time as text; out must have room for 64 bytes. options:
+ *   0xF000  when any of these bits is set the low byte (0x00FF) is the time
+ *           format, else the cine's (XefCineUT);
+ *   0x0F00  the part, formats 0 and 1 only: 0x000 all of
+ *           "Ddd Mmm DD YYYY HH:MM:SS.mmm uuu.nnn us" (date in characters 0-14,
+ *           time of day from character 16), 0x100 the date, 0x200 "HH:MM:SS",
+ *           0x300 "mmm uuu.nnn", 0x400 the zone ("UTC" or "+hh:mm"); any other
+ *           part prints nothing.
+ * Format 2 prints the image's timecode as "HH:MM:SS:FF TC"; a format above 2
+ * prints nothing. The text stays empty, status 0, when the image's time is
+ * not trusted. XE_ERR_NULL_ARGUMENT for a null cine or out. */
+XEFILE_API int32_t XePrintTime(CineHandle cine, uint32_t imageNo, uint32_t options, char *out);
+/* An unpacked timecode plus or minus a number of frames at fps; the last
+ * argument is not used. Adding does not wrap hours at 24, subtracting wraps
+ * back through one day; flags and user bits of in are lost; a rate below 0.5
+ * gives all zeros. result and in may be the same record. Returns result. */
+XEFILE_API TCU *XefTCUAddFrames(TCU *result, const TCU *in, uint64_t frames, float fps,
+                                uint32_t ignored);
+XEFILE_API TCU *XefTCUSubFrames(TCU *result, const TCU *in, uint64_t frames, float fps,
+                                uint32_t ignored);
+/* A packed TC (in the low bytes of the result, as in memory) from numbers,
+ * each limited: hours to 23, minutes and seconds to 59, frames to the whole
+ * rate less 1. */
+XEFILE_API uint64_t XefGetTCFromHMSF(uint32_t hours, uint32_t minutes, uint32_t seconds,
+                                     uint32_t frames, float fps);
+/* A count of thousandths as a decimal: 1500 gives "1.5", 1025 "1.025", 2000
+ * "2". A negative value with a remainder shows its minus sign in both parts
+ * (-1500 gives "-1.-5"). out must have room for 16 bytes. Returns the length
+ * of the last piece printed: the part after the point, or the whole number. */
+XEFILE_API int32_t XefPrintDot3Us(int32_t value, char *out);
+/* Shutter units: mode 1 percent, 2 degrees of the frame period periodNs, in
+ * thousandths (180 degrees is 180000); any other mode nanoseconds, unchanged.
+ * Rounded by adding 0.5 and truncating, limited to the int32 range. A
+ * periodNs of 0 gives the value back unchanged from XefFromNsToNsDegPer. */
+XEFILE_API int32_t XefFromNsToNsDegPer(int32_t value, int32_t periodNs, uint32_t mode);
+XEFILE_API int32_t XefFromNsDegPerToNs(int32_t value, int32_t periodNs, uint32_t mode);
+
 /* ---- Use cases ---------------------------------------------------------------
  * 1 view, 2 save, 3 raw. Every creator sets use case 1. */
 XEFILE_API int32_t XeSetUseCase(CineHandle cine, uint32_t useCase);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "info/timecode.h"
+#include "xefile/xefile.h"
 
 namespace {
 
@@ -67,6 +68,36 @@ TEST(Timecode, ImageOffsetsAroundAReferenceImage) {
   ExpectTC(TCFromImageOffset(26, 25.0f, base, 1), 10, 0, 1, 0);
   ExpectTC(InitialTimecodeOfOldFile(-10, 30.0f), 1, 0, 0, 10);
   ExpectTC(InitialTimecodeOfOldFile(3, 30.0f), 0, 59, 59, 27);
+}
+
+TEST(Timecode, NumbersAreLimitedToOneDay) {
+  EXPECT_EQ(XefGetTCFromHMSF(25, 61, 61, 99, 25.0f), TCToU64(Make(23, 59, 59, 24)));
+  EXPECT_EQ(XefGetTCFromHMSF(1, 2, 3, 29, 29.97f), TCToU64(Make(1, 2, 3, 29)));
+  // Below half a frame a second the frames have no limit.
+  EXPECT_EQ(XefGetTCFromHMSF(0, 0, 0, 99, 0.4f), 0x99u);
+}
+
+TEST(Timecode, UnpackedFormsShareTheirRecord) {
+  TCU u{24, 59, 59, 23, 1, 1, 1, 1, 1, 1, 0xABCD};
+  EXPECT_EQ(XefTCUAddFrames(&u, &u, 1, 25.0f, 0), &u);
+  EXPECT_EQ(u.hours * 1000000 + u.minutes * 10000 + u.seconds * 100 + u.frames, 24000000u);
+  EXPECT_EQ(u.TCFlagF6 + u.TCFlagH7 + u.TCUserBits, 0u);  // lost by the arithmetic
+  XefTCUSubFrames(&u, &u, 1, 25.0f, 0);
+  EXPECT_EQ(u.hours * 1000000 + u.minutes * 10000 + u.seconds * 100 + u.frames, 23595924u);
+  XefTCUSubFrames(&u, &u, 1, 0.4f, 0);
+  EXPECT_EQ(u.hours + u.minutes + u.seconds + u.frames, 0u);
+  EXPECT_EQ(XefTCUAddFrames(nullptr, &u, 1, 25.0f, 0), nullptr);
+}
+
+TEST(Timecode, FromTheTimeOfDayOfAStamp) {
+  Time64 t{0x80000003, 1790000000};  // 14:13:20.5 UTC
+  ExpectTC(TCFromTime64(t, 25, 25.0f), 14, 13, 20, 12);
+  // Counted at the recording's rate, encoded at the timecode's: 28:26:41 of
+  // frames, less the whole day that the count drops.
+  ExpectTC(TCFromTime64(t, 50, 25.0f), 4, 26, 41, 0);
+  // Just past 7/25 s only with the flag bits: they are no part of the fraction.
+  t.fractions = 0x47AE147B;
+  ExpectTC(TCFromTime64(t, 25, 25.0f), 14, 13, 20, 6);
 }
 
 }  // namespace
