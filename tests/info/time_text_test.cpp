@@ -42,6 +42,8 @@ TEST(TimeText, StampLayoutInUtc) {
   EXPECT_STREQ(clock, "14:13:20");
   EXPECT_STREQ(fraction, "500 000.000");
   EXPECT_STREQ(zone, "UTC");
+  ASSERT_EQ(XefPrintTime(text, kStamp.seconds, 1, nullptr), 0);
+  EXPECT_STREQ(text, "Mon Sep 21 2026 14:13:20");
   EXPECT_EQ(XefPrintTime64(nullptr, &kStamp, 1, nullptr), XE_ERR_NULL_ARGUMENT);
   EXPECT_EQ(XefPrintTime64Sep(date, clock, fraction, zone, nullptr, 1, nullptr),
             XE_ERR_NULL_ARGUMENT);

@@ -79,6 +79,20 @@ int32_t XefPrintTime64(char *out, const Time64 *t, uint32_t format, const Setup 
   return XE_OK;
 }
 
+int32_t XefPrintTime(char *out, uint32_t seconds, uint32_t format, const Setup *) {
+  if (!out) return XE_ERR_NULL_ARGUMENT;
+  std::tm tm;
+  if (!Calendar(Time64{0, seconds}, format, &tm)) {
+    out[0] = '\0';
+    return XE_ERR_NOT_SUPPORTED;
+  }
+  char date[kTimeTextSize], clock[kTimeTextSize];
+  PrintDate(date, tm);
+  PrintClock(clock, tm);
+  std::snprintf(out, kTimeTextSize, "%.15s %.8s", date, clock);
+  return XE_OK;
+}
+
 int32_t XefPrintTime64Sep(char *p1, char *p2, char *p3, char *p4, const Time64 *t,
                           uint32_t format, const Setup *) {
   if (!t) return XE_ERR_NULL_ARGUMENT;

@@ -37,6 +37,9 @@ constexpr uint32_t kTimeTextSize = 64;
 // Format 1 prints in UTC; any other value in the platform's local time zone
 // at that moment. `setup` may be null; the text does not depend on it.
 // 0, or XE_ERR_NULL_ARGUMENT for a null `out` or `t`.
+// The whole seconds `seconds` as "Ddd Mmm DD YYYY HH:MM:SS": the first 24
+// characters of the stamp text, without the fraction.
+int32_t XefPrintTime(char *out, uint32_t seconds, uint32_t format, const Setup *setup);
 int32_t XefPrintTime64(char *out, const Time64 *t, uint32_t format, const Setup *setup);
 
 // The parts of the same text, each into its own output when that is not
