@@ -83,10 +83,12 @@ int main(int argc, char **argv) {
   if (h->ImageCount &&
       XeGetCineAuxData(cine, h->FirstImageNo, XE_TAG_EXPOSURE, sizeof exposureUs, &exposureUs) == 0)
     printf("%-22s %u us\n", "first image exposure", exposureUs);
-  Time64 firstTime;
-  if (h->ImageCount &&
-      XeGetCineAuxData(cine, h->FirstImageNo, XE_TAG_TIME, sizeof firstTime, &firstTime) == 0)
-    print_time("first image time", firstTime);
+  char text[64];
+  if (h->ImageCount && XePrintTime(cine, (uint32_t)h->FirstImageNo, 0xF001, text) == 0 && text[0])
+    printf("%-22s %s UTC\n", "first image time", text);
+  double fromTrigger = 0.0;
+  if (h->ImageCount && XefTimeFromTrigger(cine, h->FirstImageNo, &fromTrigger))
+    printf("%-22s %.6f s from the trigger\n", "", fromTrigger);
 
   static const struct { uint32_t tag; const char *name; } blocks[] = {
       {XE_TAG_TIME, "times"},          {XE_TAG_EXPOSURE, "exposures"},
