@@ -1,0 +1,436 @@
+// Raw image steps: white balance and cross-talk on mosaics, level stretch,
+// shifts, bad pixels and the channel view.
+#include "companions/int/mosaic.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "companions/int/dib.h"
+#include "companions/int/parallel.h"
+#include "xefile/xefile_status.h"
+
+namespace {
+
+using namespace xe::intl;
+
+// The filter patterns as the camera documentation draws them, picture rows
+// top first; written out here rather than taken from the library.
+const char *const kPatterns[5][2] = {
+    {"GGGG", "GGGG"}, {"GBRG", "RGGB"}, {"BGGR", "GRBG"}, {"GBGB", "RGRG"}, {"RGRG", "GBGB"}};
+char SiteColour(uint32_t code, uint32_t x, uint32_t y) { return kPatterns[code][y & 1][x & 3]; }
+
+// An image in a buffer of exactly its size; the row padding holds 0xCD so
+// that writes into it show.
+struct Image {
+  BitmapInfoHeader h{};
+  std::vector<uint8_t> px;
+
+  Image(int32_t w, int32_t height, uint16_t bits, uint32_t levels = 0) {
+    h.biSize = 40;
+    h.biWidth = w;
+    h.biHeight = height;
+    h.biPlanes = 1;
+    h.biBitCount = bits;
+    h.biClrImportant = levels;
+    h.biSizeImage = XefPixarSize(&h);
+    px.assign(h.biSizeImage, 0xCD);
+    Fill([](uint32_t, uint32_t, uint32_t) { return 0u; });
+  }
+  uint32_t W() const { return static_cast<uint32_t>(h.biWidth); }
+  uint32_t H() const { return static_cast<uint32_t>(std::abs(h.biHeight)); }
+  uint32_t Channels() const { return h.biBitCount == 24 || h.biBitCount == 48 ? 3 : 1; }
+  uint32_t Bytes() const { return h.biBitCount == 16 || h.biBitCount == 48 ? 2 : 1; }
+  // Sample c of picture pixel (x, y), y from the top of the picture.
+  uint8_t *Addr(uint32_t x, uint32_t y, uint32_t c = 0) {
+    return px.data() + static_cast<size_t>(XefMemWidth(&h)) * (H() - 1 - y) + (x * Channels() + c) * Bytes();
+  }
+  uint32_t Get(uint32_t x, uint32_t y, uint32_t c = 0) {
+    if (Bytes() == 1) return *Addr(x, y, c);
+    uint16_t v;
+    std::memcpy(&v, Addr(x, y, c), 2);
+    return v;
+  }
+  void Set(uint32_t x, uint32_t y, uint32_t value, uint32_t c = 0) {
+    if (Bytes() == 1) {
+      *Addr(x, y, c) = static_cast<uint8_t>(value);
+    } else {
+      const uint16_t v = static_cast<uint16_t>(value);
+      std::memcpy(Addr(x, y, c), &v, 2);
+    }
+  }
+  template <typename F>
+  void Fill(F f) {
+    for (uint32_t y = 0; y < H(); ++y)
+      for (uint32_t x = 0; x < W(); ++x)
+        for (uint32_t c = 0; c < Channels(); ++c) Set(x, y, f(x, y, c), c);
+  }
+  void FillRandom(uint32_t seed, uint32_t max) {
+    std::mt19937 rng(seed);
+    Fill([&](uint32_t, uint32_t, uint32_t) { return static_cast<uint32_t>(rng() % (max + 1)); });
+  }
+  uint8_t *P() { return px.data(); }
+};
+
+// ---- White balance -----------------------------------------------------------
+
+TEST(WhiteBalance, GainsOfOneAndGrayImagesStayBitIdentical) {
+  Image img(7, 5, 16, 4096);
+  img.FillRandom(1, 65535);  // samples above the 12-bit top included
+  const std::vector<uint8_t> before = img.px;
+  const float ones[2] = {1.0f, 1.0f};
+  for (uint32_t cfa = 0; cfa <= 4; ++cfa) EXPECT_EQ(XeWBAdjustUnint(&img.h, img.P(), cfa, ones), XE_OK);
+  const float strong[2] = {2.0f, 0.5f};
+  EXPECT_EQ(XeWBAdjustUnint(&img.h, img.P(), 0, strong), XE_OK);
+  EXPECT_EQ(XeWBAdjustUnint(&img.h, img.P(), 9, strong), XE_OK);  // unknown code: gray
+  EXPECT_EQ(img.px, before);
+  // Only blue changes: red at 1.0 keeps even the samples above the top.
+  Image copy = img;
+  const float blueOnly[2] = {1.0f, 0.5f};
+  ASSERT_EQ(XeWBAdjustUnint(&img.h, img.P(), 4, blueOnly), XE_OK);
+  for (uint32_t y = 0; y < img.H(); ++y)
+    for (uint32_t x = 0; x < img.W(); ++x)
+      EXPECT_TRUE(SiteColour(4, x, y) == 'B' || img.Get(x, y) == copy.Get(x, y)) << x << "," << y;
+}
+
+TEST(WhiteBalance, EachPatternInPictureCoordinatesWhateverTheHeight) {
+  const float gains[2] = {1.5f, 0.5f};
+  for (uint32_t code = 1; code <= 4; ++code)
+    for (int32_t height : {1, 2, 3, 4})
+      for (int32_t width : {4, 5}) {
+        SCOPED_TRACE(::testing::Message() << "code " << code << " " << width << "x" << height);
+        Image img(width, height, 8);
+        img.Fill([](uint32_t, uint32_t, uint32_t) { return 100u; });
+        ASSERT_EQ(XeWBAdjustUnint(&img.h, img.P(), 0x100 | code, gains), XE_OK);
+        for (uint32_t y = 0; y < img.H(); ++y)
+          for (uint32_t x = 0; x < img.W(); ++x) {
+            const char c = SiteColour(code, x, y);
+            EXPECT_EQ(img.Get(x, y), c == 'R' ? 150u : c == 'B' ? 50u : 100u) << x << "," << y;
+          }
+      }
+  // The same picture stored with 3 and 4 rows: memory row 0 is pattern row 0
+  // in one and pattern row 1 in the other (code 4: red, then green first).
+  for (int32_t height : {3, 4}) {
+    Image img(4, height, 8);
+    img.Fill([](uint32_t, uint32_t, uint32_t) { return 100u; });
+    ASSERT_EQ(XeWBAdjustUnint(&img.h, img.P(), 4, gains), XE_OK);
+    EXPECT_EQ(img.px[0], height == 3 ? 150 : 100);
+  }
+}
+
+TEST(WhiteBalance, RoundsAndSaturatesAtTheTopOfTheDepth) {
+  Image twelve(2, 2, 16, 4096);  // code 4: R G / G B
+  twelve.Fill([](uint32_t x, uint32_t y, uint32_t) { return x == y ? 3000u : 4000u; });
+  const float gains[2] = {2.0f, 0.25f};
+  ASSERT_EQ(XeWBAdjustUnint(&twelve.h, twelve.P(), 4, gains), XE_OK);
+  EXPECT_EQ(twelve.Get(0, 0), 4095u);  // red 6000 limited to 12 bits
+  EXPECT_EQ(twelve.Get(1, 1), 750u);   // blue
+  EXPECT_EQ(twelve.Get(1, 0), 4000u);  // green
+
+  Image eight(2, 2, 8);
+  eight.Fill([](uint32_t x, uint32_t y, uint32_t) { return x == 0 && y == 0 ? 200u : 3u; });
+  const float half[2] = {2.0f, 0.5f};
+  ASSERT_EQ(XeWBAdjustUnint(&eight.h, eight.P(), 4, half), XE_OK);
+  EXPECT_EQ(eight.Get(0, 0), 255u);
+  EXPECT_EQ(eight.Get(1, 1), 2u);  // 1.5 rounds up
+
+  const std::vector<uint8_t> before = eight.px;
+  const float negative[2] = {-1.0f, 1.0f}, notANumber[2] = {1.0f, std::nanf("")};
+  EXPECT_EQ(XeWBAdjustUnint(&eight.h, eight.P(), 4, negative), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(XeWBAdjustUnint(&eight.h, eight.P(), 4, notANumber), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(XeWBAdjustUnint(&eight.h, eight.P(), 4, nullptr), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(eight.px, before);
+}
+
+// ---- Cross-talk ----------------------------------------------------------------
+
+TEST(CrossTalk, CoefficientZeroChangesNothingAndNoModelCompensates) {
+  Image img(9, 7, 16);
+  img.FillRandom(2, 65535);
+  const std::vector<uint8_t> before = img.px;
+  for (uint32_t cfa = 0; cfa <= 4; ++cfa) EXPECT_EQ(XefCompCT(&img.h, img.P(), cfa, 0), XE_OK);
+  EXPECT_EQ(XefCompCT(&img.h, img.P(), 0, 300), XE_OK);  // gray
+  EXPECT_EQ(img.px, before);
+  for (uint32_t model : {0u, 4u, 1030u, 0xFFFFFFFFu}) EXPECT_EQ(XefGetCompCTCoef(model), 0u);
+}
+
+TEST(CrossTalk, HandWorkedSitesOfABayerMosaic) {
+  // Code 4, k = 0.1: the blue centre of a flat field of 1000 reads 1900.
+  Image img(3, 3, 16);
+  img.Fill([](uint32_t x, uint32_t y, uint32_t) { return x == 1 && y == 1 ? 1900u : 1000u; });
+  ASSERT_EQ(XefCompCT(&img.h, img.P(), 4, 100), XE_OK);
+  EXPECT_EQ(img.Get(1, 1), 2000u);  // (1900 - 0.1 * 1000) / 0.9
+  EXPECT_EQ(img.Get(1, 0), 967u);   // (1000 - 0.1 * (1000 + 1000 + 1900) / 3) / 0.9
+  EXPECT_EQ(img.Get(0, 0), 1000u);  // its two neighbours are flat
+  EXPECT_EQ(img.Get(2, 2), 1000u);
+}
+
+TEST(CrossTalk, AdjacentGreensOfTheWidePatternsDoNotCount) {
+  // Code 1, top row G B R G | G: the greens at x 3 and 4 touch.
+  Image img(5, 2, 16);
+  img.Fill([](uint32_t x, uint32_t y, uint32_t) { return x == 4 && y == 0 ? 2000u : 1000u; });
+  ASSERT_EQ(XefCompCT(&img.h, img.P(), 1, 100), XE_OK);
+  EXPECT_EQ(img.Get(3, 0), 1000u);
+  EXPECT_EQ(img.Get(4, 0), 2111u);  // (2000 - 0.1 * 1000) / 0.9
+}
+
+TEST(CrossTalk, WholeImageFollowsTheModelAcrossBands) {
+  // Against the model computed directly from an untouched copy: a step that
+  // read a neighbour it had already corrected (at a band edge, say) is off
+  // by far more than rounding.
+  for (uint32_t code : {1u, 4u}) {
+    Image img(37, 203, 16, 16384);
+    img.FillRandom(3 + code, 16383);
+    Image orig = img;
+    ASSERT_EQ(XefCompCT(&img.h, img.P(), code, 300), XE_OK);
+    const double k = 0.3;
+    for (uint32_t y = 0; y < img.H(); ++y)
+      for (uint32_t x = 0; x < img.W(); ++x) {
+        double sum = 0;
+        int n = 0;
+        const int dx[4] = {-1, 1, 0, 0}, dy[4] = {0, 0, -1, 1};
+        for (int i = 0; i < 4; ++i) {
+          const int nx = int(x) + dx[i], ny = int(y) + dy[i];
+          if (nx < 0 || ny < 0 || nx >= int(img.W()) || ny >= int(img.H())) continue;
+          if (SiteColour(code, nx, ny) == SiteColour(code, x, y)) continue;
+          sum += orig.Get(nx, ny);
+          ++n;
+        }
+        const double t = (orig.Get(x, y) - k * sum / n) / (1 - k);
+        const double expected = std::min(std::max(t, 0.0), 16383.0);
+        ASSERT_NEAR(img.Get(x, y), expected, 0.51) << x << "," << y;
+      }
+  }
+}
+
+// ---- Levels and shifts --------------------------------------------------------------
+
+TEST(Levels, BlackGoesToZeroAndWhiteToTheTop) {
+  Image img(5, 1, 16, 4096);
+  const uint32_t in[5] = {50, 100, 1100, 2100, 3000};
+  img.Fill([&](uint32_t x, uint32_t, uint32_t) { return in[x]; });
+  // Only the low 16 bits of the levels count.
+  ASSERT_EQ(XeAdjustToMaxLevels(&img.h, img.P(), 0x10000 + 100, 2100), XE_OK);
+  const uint32_t out[5] = {0, 0, 2048, 4095, 4095};
+  for (uint32_t x = 0; x < 5; ++x) EXPECT_EQ(img.Get(x, 0), out[x]) << x;
+
+  Image colour(2, 2, 24);
+  colour.Fill([](uint32_t x, uint32_t y, uint32_t c) { return 16 + 219 * ((x + y + c) & 1); });
+  ASSERT_EQ(XeAdjustToMaxLevels(&colour.h, colour.P(), 16, 235), XE_OK);
+  for (uint32_t c = 0; c < 3; ++c) {
+    EXPECT_EQ(colour.Get(0, 0, c), (c & 1) ? 255u : 0u);
+    EXPECT_EQ(colour.Get(1, 0, c), (c & 1) ? 0u : 255u);
+  }
+}
+
+TEST(Levels, WhiteNotAboveBlackIsRefused) {
+  Image img(3, 3, 16);
+  img.FillRandom(5, 65535);
+  const std::vector<uint8_t> before = img.px;
+  EXPECT_EQ(XeAdjustToMaxLevels(&img.h, img.P(), 500, 500), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(XeAdjustToMaxLevels(&img.h, img.P(), 600, 500), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(XeAdjustToMaxLevels(&img.h, img.P(), 0, 0x10000), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(img.px, before);
+}
+
+TEST(Shift, LeftThenRightRestoresAndLeftSaturates) {
+  Image img(5, 3, 48, 4096);
+  img.FillRandom(6, 4095);
+  const std::vector<uint8_t> before = img.px;
+  ASSERT_EQ(XefShiftPixar(&img.h, 4, img.P()), XE_OK);
+  EXPECT_EQ(img.Get(2, 1, 1) & 15u, 0u);
+  ASSERT_EQ(XefShiftPixar(&img.h, -4, img.P()), XE_OK);
+  EXPECT_EQ(img.px, before);
+
+  Image big(3, 1, 16);
+  const uint32_t in[3] = {0xF000, 0x0FFF, 0x8001};
+  big.Fill([&](uint32_t x, uint32_t, uint32_t) { return in[x]; });
+  ASSERT_EQ(XefShiftPixar(&big.h, 4, big.P()), XE_OK);
+  EXPECT_EQ(big.Get(0, 0), 65535u);
+  EXPECT_EQ(big.Get(1, 0), 0xFFF0u);
+  ASSERT_EQ(XefShiftPixar(&big.h, -20, big.P()), XE_OK);
+  EXPECT_EQ(big.Get(0, 0), 0u);
+
+  Image eight(3, 3, 8);
+  EXPECT_EQ(XefShiftPixar(&eight.h, 2, eight.P()), XE_ERR_NOT_SUPPORTED);
+}
+
+TEST(Levels, InitialLevelsFollowTheDepth) {
+  struct Case {
+    uint32_t realBpp, bitCount, packed;
+    int32_t status, white;
+  };
+  const Case cases[] = {{12, 16, 0, XE_OK, 4095},  {12, 16, 1, XE_OK, 16383}, {12, 24, 0, XE_OK, 255},
+                        {20, 48, 0, XE_OK, 65535}, {0, 16, 0, XE_OK, 255},    {12, 32, 0, XE_ERR_NOT_SUPPORTED, 99}};
+  for (const Case &c : cases) {
+    ::Setup s{};
+    s.RealBPP = c.realBpp;
+    s.BlackLevel = 7;
+    s.WhiteLevel = 99;
+    EXPECT_EQ(XefInitBWLevels(1, &s, c.bitCount, c.packed), c.status) << c.bitCount;
+    EXPECT_EQ(s.WhiteLevel, c.white) << c.realBpp << " " << c.bitCount << " " << c.packed;
+    EXPECT_EQ(s.BlackLevel, c.status == XE_OK ? 0 : 7);
+  }
+  EXPECT_EQ(XefInitBWLevels(1, nullptr, 16, 0), XE_ERR_NULL_ARGUMENT);
+}
+
+// ---- Bad pixels ----------------------------------------------------------------------
+
+// Each colour of the mosaic on its own level; gray 500.
+uint32_t FlatLevel(uint32_t code, uint32_t x, uint32_t y) {
+  if (code == 0) return 500;
+  const char c = SiteColour(code, x, y);
+  return c == 'R' ? 300 : c == 'B' ? 700 : 500;
+}
+
+TEST(BadPixels, HotPixelsAndPairsTakeTheirColoursFlatValue) {
+  for (uint32_t code = 0; code <= 4; ++code)
+    for (bool pair : {false, true}) {
+      SCOPED_TRACE(::testing::Message() << "code " << code << (pair ? " pair" : " single"));
+      Image img(7, 6, 16);
+      img.Fill([&](uint32_t x, uint32_t y, uint32_t) { return FlatLevel(code, x, y); });
+      const Image flat = img;
+      std::vector<uint32_t> table = {BadPixelEntry(3, 2), BadPixelEntry(0, 5)};
+      if (pair) table.push_back(BadPixelEntry(4, 2));
+      for (uint32_t e : table) img.Set(BadPixelX(e), BadPixelY(e), 4000);
+      ASSERT_EQ(XefRepairPix(&img.h, code, static_cast<uint32_t>(table.size()), table.data(), img.P()), XE_OK);
+      EXPECT_EQ(img.px, flat.px);
+    }
+}
+
+TEST(BadPixels, GrayTakesTheMeanOfItsGoodNeighbours) {
+  Image img(5, 5, 8);
+  img.Fill([](uint32_t x, uint32_t y, uint32_t) { return 10 * x + 40 * y; });
+  img.Set(2, 2, 255);
+  img.Set(3, 2, 255);
+  // Out-of-image entries are ignored, repeats do not matter.
+  const uint32_t table[] = {BadPixelEntry(3, 2), BadPixelEntry(7, 1), BadPixelEntry(2, 2),
+                            BadPixelEntry(1, 9), BadPixelEntry(3, 2)};
+  ASSERT_EQ(XefRepairPix(&img.h, 0, 5, table, img.P()), XE_OK);
+  // Each from its seven good neighbours, the other bad pixel left out:
+  // (2,2): (130 + 560) / 7 = 98.6; (3,2): (220 + 560) / 7 = 111.4.
+  EXPECT_EQ(img.Get(2, 2), 99u);
+  EXPECT_EQ(img.Get(3, 2), 111u);
+  EXPECT_EQ(img.Get(4, 4), 200u);
+}
+
+TEST(BadPixels, MarksAreWhiteOrPureRed) {
+  Image gray(4, 3, 16, 4096);
+  const uint32_t table[] = {BadPixelEntry(1, 0), BadPixelEntry(4, 0), BadPixelEntry(0, 3)};
+  ASSERT_EQ(XefShowBadPixels(&gray.h, 3, table, gray.P()), XE_OK);
+  EXPECT_EQ(gray.Get(1, 0), 4095u);
+  EXPECT_EQ(gray.Get(1, 2), 0u);
+  Image colour(4, 3, 24);
+  ASSERT_EQ(XefShowBadPixels(&colour.h, 3, table, colour.P()), XE_OK);
+  EXPECT_EQ(colour.Get(1, 0, 0), 0u);    // blue
+  EXPECT_EQ(colour.Get(1, 0, 1), 0u);    // green
+  EXPECT_EQ(colour.Get(1, 0, 2), 255u);  // red
+  EXPECT_EQ(XefShowBadPixels(&colour.h, 0, nullptr, colour.P()), XE_OK);
+  EXPECT_EQ(XefShowBadPixels(&colour.h, 1, nullptr, colour.P()), XE_ERR_NULL_ARGUMENT);
+}
+
+// ---- Channel view --------------------------------------------------------------------
+
+TEST(ChannelView, FourByFourWorkedByHand) {
+  Image img(4, 4, 16);
+  img.Fill([](uint32_t x, uint32_t y, uint32_t) { return 10 * y + x; });
+  ASSERT_EQ(XefSeparateChannels(&img.h, img.P(), 0, kSeparateChannels), XE_OK);
+  const uint32_t expected[4][4] = {{0, 2, 1, 3}, {20, 22, 21, 23}, {10, 12, 11, 13}, {30, 32, 31, 33}};
+  for (uint32_t y = 0; y < 4; ++y)
+    for (uint32_t x = 0; x < 4; ++x) EXPECT_EQ(img.Get(x, y), expected[y][x]) << x << "," << y;
+}
+
+TEST(ChannelView, OddSizesKeepTheLastColumnAndRowAndJoinBack) {
+  Image img(5, 3, 8);
+  img.Fill([](uint32_t x, uint32_t y, uint32_t) { return 10 * y + x; });
+  const std::vector<uint8_t> before = img.px;
+  ASSERT_EQ(XefSeparateChannels(&img.h, img.P(), 0, kSeparateChannels), XE_OK);
+  const uint32_t expected[3][5] = {{0, 2, 1, 3, 4}, {10, 12, 11, 13, 14}, {20, 21, 22, 23, 24}};
+  for (uint32_t y = 0; y < 3; ++y)
+    for (uint32_t x = 0; x < 5; ++x) EXPECT_EQ(img.Get(x, y), expected[y][x]) << x << "," << y;
+  ASSERT_EQ(XefSeparateChannels(&img.h, img.P(), 0, kJoinChannels), XE_OK);
+  EXPECT_EQ(img.px, before);
+  EXPECT_EQ(XefSeparateChannels(&img.h, img.P(), 0, 7), XE_ERR_NOT_SUPPORTED);
+}
+
+// ---- Every step: bad input, small sizes, threads -------------------------------------
+
+// Runs every step once on the image with fixed arguments.
+std::vector<int32_t> RunAll(Image &img, uint32_t cfa) {
+  const float gains[2] = {1.7f, 0.6f};
+  std::vector<uint32_t> table;
+  for (uint32_t i = 0; i < 700; ++i) table.push_back(BadPixelEntry((i * 37) % 601, (i * 53) % 307));
+  return {XeWBAdjustUnint(&img.h, img.P(), cfa, gains),
+          XefCompCT(&img.h, img.P(), cfa, 250),
+          XeAdjustToMaxLevels(&img.h, img.P(), 30, 3000),
+          XefShiftPixar(&img.h, 1, img.P()),
+          XefRepairPix(&img.h, cfa, static_cast<uint32_t>(table.size()), table.data(), img.P()),
+          XefSeparateChannels(&img.h, img.P(), 0, kSeparateChannels),
+          XefShowBadPixels(&img.h, static_cast<uint32_t>(table.size()), table.data(), img.P())};
+}
+
+TEST(MosaicSteps, SmallAndOddSizesStayInsideTheImage) {
+  for (uint16_t bits : {8, 16, 24, 48})
+    for (int32_t w : {0, 1, 2, 3, 5})
+      for (int32_t h : {0, 1, 2, 3, 5})
+        for (uint32_t cfa : {0u, 1u, 2u, 3u, 4u}) {
+          Image img(w, h, bits);
+          img.FillRandom(w * 31 + h, 255);
+          RunAll(img, cfa);  // the sanitizers watch the buffer of exactly the image's size
+          const uint32_t row = XefMemWidth(&img.h), used = static_cast<uint32_t>(w) * bits / 8;
+          for (uint32_t r = 0; r < img.H(); ++r)
+            for (uint32_t b = used; b < row; ++b) ASSERT_EQ(img.px[r * row + b], 0xCD) << "padding";
+        }
+}
+
+TEST(MosaicSteps, RefuseWhatTheyDoNotHandleAndLeaveTheImage) {
+  for (uint16_t bits : {1, 4, 32}) {
+    Image img(4, 4, 8);
+    img.h.biBitCount = bits;
+    img.px.assign(64, 0x5A);
+    const std::vector<int32_t> results = RunAll(img, 4);
+    for (int32_t r : results) EXPECT_EQ(r, XE_ERR_NOT_SUPPORTED) << bits;
+    EXPECT_EQ(img.px, std::vector<uint8_t>(64, 0x5A));
+  }
+  Image packed(4, 4, 16);
+  packed.h.biCompression = kPackedCompression;
+  for (int32_t r : RunAll(packed, 4)) EXPECT_EQ(r, XE_ERR_NOT_SUPPORTED);
+  // Per bit count, which steps take colour images.
+  Image colour(4, 4, 48);
+  const std::vector<int32_t> expected = {XE_ERR_NOT_SUPPORTED, XE_ERR_NOT_SUPPORTED, XE_OK, XE_OK,
+                                         XE_OK, XE_ERR_NOT_SUPPORTED, XE_OK};
+  EXPECT_EQ(RunAll(colour, 4), expected);
+
+  BitmapInfoHeader h = packed.h;
+  const float gains[2] = {1, 1};
+  uint32_t entry = 0;
+  EXPECT_EQ(XeWBAdjustUnint(nullptr, packed.P(), 4, gains), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(XefCompCT(&h, nullptr, 4, 10), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(XeAdjustToMaxLevels(nullptr, packed.P(), 0, 10), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(XefShiftPixar(&h, 1, nullptr), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(XefRepairPix(&h, 4, 1, &entry, nullptr), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(XefShowBadPixels(nullptr, 1, &entry, packed.P()), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(XefSeparateChannels(&h, nullptr, 0, 1), XE_ERR_NULL_ARGUMENT);
+}
+
+TEST(MosaicSteps, OneAndTwoThreadsGiveTheSameBytes) {
+  for (uint16_t bits : {8, 16})
+    for (uint32_t cfa : {1u, 3u}) {
+      Image one(601, 307, bits, bits == 16 ? 4096 : 0);
+      one.FillRandom(bits + cfa, bits == 16 ? 4095 : 255);
+      Image two = one;
+      SetPixelThreads(1);
+      const std::vector<int32_t> r1 = RunAll(one, cfa);
+      SetPixelThreads(2);
+      const std::vector<int32_t> r2 = RunAll(two, cfa);
+      SetPixelThreads(0);
+      EXPECT_EQ(r1, r2);
+      EXPECT_TRUE(one.px == two.px) << bits << " bits, code " << cfa;
+    }
+}
+
+}  // namespace
