@@ -1,0 +1,505 @@
+// The image adjustments: neutral identity, flips and quarter turns, tone and
+// colour worked by hand, filters, the Setup conversions, bad input and
+// independence of the thread count.
+#include "companions/int/improc.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "companions/int/dib.h"
+#include "companions/int/geometry.h"
+#include "companions/int/parallel.h"
+#include "xefile/xefile_selectors.h"
+#include "xefile/xefile_status.h"
+
+namespace {
+
+using namespace xe::intl;
+
+struct Image {
+  BitmapInfoHeader h{};
+  std::vector<uint8_t> px;
+
+  Image(int32_t w, int32_t ht, uint16_t bits, uint32_t clrImportant = 0) {
+    h.biSize = 40;
+    h.biWidth = w;
+    h.biHeight = ht;
+    h.biPlanes = 1;
+    h.biBitCount = bits;
+    h.biClrImportant = clrImportant;
+    h.biSizeImage = XefPixarSize(&h);
+    // Exactly as large as the larger of the image and its quarter turn, so
+    // that the sanitizer sees any access beyond it.
+    BitmapInfoHeader t = h;
+    std::swap(t.biWidth, t.biHeight);
+    px.assign(std::max(XefPixarSize(&h), XefPixarSize(&t)), 0);
+  }
+  uint32_t Channels() const { return h.biBitCount == 24 || h.biBitCount == 48 ? 3 : 1; }
+  bool Wide() const { return h.biBitCount == 16 || h.biBitCount == 48; }
+  size_t Offset(uint32_t x, uint32_t r, uint32_t c) const {
+    return static_cast<size_t>(r) * XefMemWidth(&h) + (x * Channels() + c) * (Wide() ? 2 : 1);
+  }
+  uint32_t Get(uint32_t x, uint32_t r, uint32_t c = 0) const {
+    if (!Wide()) return px[Offset(x, r, c)];
+    uint16_t v;
+    std::memcpy(&v, &px[Offset(x, r, c)], 2);
+    return v;
+  }
+  void Set(uint32_t x, uint32_t r, uint32_t c, uint32_t v) {
+    if (!Wide()) {
+      px[Offset(x, r, c)] = static_cast<uint8_t>(v);
+      return;
+    }
+    const uint16_t s = static_cast<uint16_t>(v);
+    std::memcpy(&px[Offset(x, r, c)], &s, 2);
+  }
+  void Fill(uint32_t seed, uint32_t maxValue) {
+    std::mt19937 rng(seed);
+    for (uint32_t r = 0; r < static_cast<uint32_t>(h.biHeight); ++r)
+      for (uint32_t x = 0; x < static_cast<uint32_t>(h.biWidth); ++x)
+        for (uint32_t c = 0; c < Channels(); ++c) Set(x, r, c, rng() % (maxValue + 1));
+  }
+  int32_t Apply(const IMPROCOPTIONS &o) { return XeImProc(&h, px.data(), &o); }
+  // The bytes of the image as its header describes it now.
+  std::vector<uint8_t> Bytes() const { return {px.begin(), px.begin() + XefPixarSize(&h)}; }
+};
+
+IMPROCOPTIONS Neutral() {
+  IMPROCOPTIONS o{};
+  o.Gamma = 1.0f;
+  o.WBRed = 1.0f;
+  o.WBBlue = 1.0f;
+  return o;
+}
+
+const uint16_t kFormats[] = {8, 16, 24, 48};
+const int32_t kSizes[][2] = {{1, 1}, {1, 4}, {2, 2}, {3, 5}, {5, 3}, {33, 17}};
+
+TEST(ImProc, NeutralOptionsLeaveEveryFormatBitIdentical) {
+  for (uint16_t bits : kFormats)
+    for (auto [w, ht] : kSizes) {
+      Image img(w, ht, bits);
+      img.Fill(w * 100 + ht, bits == 8 || bits == 24 ? 255 : 65535);
+      const Image before = img;
+      EXPECT_EQ(img.Apply(Neutral()), XE_OK);
+      EXPECT_EQ(img.px, before.px) << bits << " bits " << w << "x" << ht;
+      EXPECT_EQ(std::memcmp(&img.h, &before.h, sizeof img.h), 0);
+    }
+}
+
+// A picture-space reference: the sample at picture column x, row y from top.
+uint32_t Pic(const Image &img, uint32_t x, uint32_t y, uint32_t c) {
+  return img.Get(x, static_cast<uint32_t>(img.h.biHeight) - 1 - y, c);
+}
+
+TEST(ImProc, FlipsAreTheirOwnInverseAndTogetherAHalfTurn) {
+  for (uint16_t bits : kFormats)
+    for (auto [w, ht] : kSizes) {
+      Image orig(w, ht, bits);
+      orig.Fill(7 + w + ht, bits == 8 || bits == 24 ? 255 : 65535);
+      for (int flips = 1; flips <= 3; ++flips) {
+        Image img = orig;
+        ASSERT_EQ(XeFlips(&img.h, img.px.data(), flips & 1, flips & 2), XE_OK);
+        for (uint32_t y = 0; y < static_cast<uint32_t>(ht); ++y)
+          for (uint32_t x = 0; x < static_cast<uint32_t>(w); ++x)
+            for (uint32_t c = 0; c < img.Channels(); ++c) {
+              const uint32_t sx = (flips & 1) ? w - 1 - x : x, sy = (flips & 2) ? ht - 1 - y : y;
+              ASSERT_EQ(Pic(img, x, y, c), Pic(orig, sx, sy, c)) << bits << " " << flips;
+            }
+        ASSERT_EQ(XeFlips(&img.h, img.px.data(), flips & 1, flips & 2), XE_OK);
+        EXPECT_EQ(img.px, orig.px);
+      }
+    }
+}
+
+TEST(ImProc, QuarterTurnsExchangeWidthAndHeightAndFourMakeAWholeTurn) {
+  for (uint16_t bits : kFormats)
+    for (auto [w, ht] : kSizes) {
+      Image orig(w, ht, bits);
+      orig.Fill(3 * w + ht, bits == 8 || bits == 24 ? 255 : 65535);
+      Image img = orig;
+      IMPROCOPTIONS o = Neutral();
+      o.Rotate = 90;
+      ASSERT_EQ(img.Apply(o), XE_OK);
+      EXPECT_EQ(img.h.biWidth, ht);
+      EXPECT_EQ(img.h.biHeight, w);
+      EXPECT_EQ(img.h.biSizeImage, XefPixarSize(&img.h));
+      // Clockwise: picture (x, y) of the turned image is (y, H-1-x) of the old.
+      for (uint32_t y = 0; y < static_cast<uint32_t>(w); ++y)
+        for (uint32_t x = 0; x < static_cast<uint32_t>(ht); ++x)
+          ASSERT_EQ(Pic(img, x, y, 0), Pic(orig, y, ht - 1 - x, 0));
+      for (int i = 0; i < 3; ++i) ASSERT_EQ(img.Apply(o), XE_OK);
+      EXPECT_EQ(img.Bytes(), orig.Bytes()) << bits << " " << w << "x" << ht;
+      EXPECT_EQ(img.h.biWidth, w);
+      for (int32_t degrees : {-90, 270, -270, 90}) {  // back, back, forth, forth
+        o.Rotate = degrees;
+        ASSERT_EQ(img.Apply(o), XE_OK);
+      }
+      EXPECT_EQ(img.Bytes(), orig.Bytes());
+    }
+  Image img(3, 2, 8);
+  img.Fill(1, 255);
+  const Image before = img;
+  IMPROCOPTIONS o = Neutral();
+  o.Rotate = 45;  // not a quarter turn: ignored
+  EXPECT_EQ(img.Apply(o), XE_OK);
+  EXPECT_EQ(img.px, before.px);
+  EXPECT_EQ(img.h.biWidth, 3);
+}
+
+TEST(ImProc, FusedCallEqualsTheStepsOneAfterAnother) {
+  // Tone, then flips, then the turn, then the filter: the order of the chain.
+  for (uint16_t bits : kFormats)
+    for (int32_t rotate : {0, 90, -90})
+      for (int32_t filter : {0, 2, 5})
+        for (int32_t flips = 0; flips <= 3; ++flips) {
+          Image orig(7, 4, bits);
+          orig.Fill(bits + flips, bits == 8 || bits == 24 ? 255 : 65535);
+          IMPROCOPTIONS all = Neutral();
+          all.Bright = 20;
+          all.Gamma = 1.4f;
+          all.Saturation = -30;
+          all.Hue = 200;
+          all.FlipH = flips & 1;
+          all.FlipV = (flips & 2) ? 1 : 0;
+          all.Rotate = rotate;
+          all.FilterCode = filter;
+          all.UserFilter.dim = 3;
+          all.UserFilter.Coef[0][0] = all.UserFilter.Coef[1][1] = 1;  // not symmetric
+          all.UserFilter.shifts = 1;
+          Image fused = orig;
+          ASSERT_EQ(fused.Apply(all), XE_OK);
+
+          Image steps = orig;
+          IMPROCOPTIONS o = all;
+          o.FlipH = o.FlipV = o.Rotate = o.FilterCode = 0;
+          ASSERT_EQ(steps.Apply(o), XE_OK);
+          ASSERT_EQ(XeFlips(&steps.h, steps.px.data(), flips & 1, flips & 2), XE_OK);
+          o = Neutral();
+          o.Rotate = rotate;
+          ASSERT_EQ(steps.Apply(o), XE_OK);
+          o = Neutral();
+          o.FilterCode = filter;
+          o.UserFilter = all.UserFilter;
+          ASSERT_EQ(steps.Apply(o), XE_OK);
+          EXPECT_EQ(fused.Bytes(), steps.Bytes())
+              << bits << " bits, rotate " << rotate << ", filter " << filter << ", flips " << flips;
+        }
+}
+
+// One 8-bit gray row through the options; returns the samples.
+std::vector<uint32_t> Gray8(const std::vector<uint32_t> &in, const IMPROCOPTIONS &o,
+                            uint16_t bits = 8, uint32_t clr = 0) {
+  Image img(static_cast<int32_t>(in.size()), 1, bits, clr);
+  for (uint32_t x = 0; x < in.size(); ++x) img.Set(x, 0, 0, in[x]);
+  EXPECT_EQ(img.Apply(o), XE_OK);
+  std::vector<uint32_t> out;
+  for (uint32_t x = 0; x < in.size(); ++x) out.push_back(img.Get(x, 0));
+  return out;
+}
+
+TEST(ImProc, BrightnessContrastAndGammaWorkedByHand) {
+  IMPROCOPTIONS o = Neutral();
+  o.Bright = 100;  // +25.5 of 255
+  EXPECT_EQ(Gray8({0, 100, 240, 255}, o), (std::vector<uint32_t>{26, 126, 255, 255}));
+  o.Bright = -1000;
+  EXPECT_EQ(Gray8({0, 255}, o), (std::vector<uint32_t>{0, 0}));
+  o = Neutral();
+  o.Contrast = 10;  // factor 1.9 around 127.5
+  EXPECT_EQ(Gray8({100, 128, 200, 0}, o), (std::vector<uint32_t>{75, 128, 255, 0}));
+  o.Contrast = -50;  // factor 0.55
+  EXPECT_EQ(Gray8({0, 255, 100}, o), (std::vector<uint32_t>{57, 198, 112}));
+  o = Neutral();
+  o.Gamma = 2.0f;  // 255 * sqrt(v / 255)
+  EXPECT_EQ(Gray8({0, 64, 255, 16}, o), (std::vector<uint32_t>{0, 128, 255, 64}));
+  o.Gamma = 0.0f;  // not usable: neutral
+  EXPECT_EQ(Gray8({0, 64, 255}, o), (std::vector<uint32_t>{0, 64, 255}));
+  // 12 bits in 16: full scale is 4095, half of it +2047.5.
+  o = Neutral();
+  o.Bright = 500;
+  EXPECT_EQ(Gray8({0, 1000, 3000}, o, 16, 4096), (std::vector<uint32_t>{2048, 3048, 4095}));
+  // Brightness then contrast: each step limited to the range first.
+  o.Bright = 1000;
+  o.Contrast = -50;
+  // 1000 + 4095 is limited to 4095 before the contrast: 4095 * 0.775 = 3173.6.
+  EXPECT_EQ(Gray8({0, 1000}, o, 16, 4096), (std::vector<uint32_t>{3174, 3174}));
+}
+
+TEST(ImProc, ColourWhiteBalanceSaturationAndHue) {
+  for (uint16_t bits : {24, 48}) {
+    const uint32_t top = bits == 24 ? 255 : 65535;
+    Image orig(9, 4, bits);
+    orig.Fill(bits, top);
+    orig.Set(0, 0, 0, 0), orig.Set(0, 0, 1, 0), orig.Set(0, 0, 2, top);  // pure red
+
+    Image wb = orig;
+    IMPROCOPTIONS o = Neutral();
+    o.WBRed = 2.0f;
+    o.WBBlue = 0.5f;
+    ASSERT_EQ(wb.Apply(o), XE_OK);
+    for (uint32_t x = 0; x < 9; ++x) {
+      EXPECT_EQ(wb.Get(x, 1, 2), std::min(top, 2 * orig.Get(x, 1, 2)));
+      EXPECT_EQ(wb.Get(x, 1, 1), orig.Get(x, 1, 1));
+      EXPECT_EQ(wb.Get(x, 1, 0), (orig.Get(x, 1, 0) + 1) / 2);
+    }
+
+    Image gray = orig;
+    o = Neutral();
+    o.Saturation = -100;
+    ASSERT_EQ(gray.Apply(o), XE_OK);
+    for (uint32_t r = 0; r < 4; ++r)
+      for (uint32_t x = 0; x < 9; ++x) {
+        EXPECT_EQ(gray.Get(x, r, 0), gray.Get(x, r, 1));
+        EXPECT_EQ(gray.Get(x, r, 1), gray.Get(x, r, 2));
+        const double y = 0.299 * orig.Get(x, r, 2) + 0.587 * orig.Get(x, r, 1) +
+                         0.114 * orig.Get(x, r, 0);
+        EXPECT_NEAR(gray.Get(x, r, 1), y, 1.0);
+      }
+
+    Image turned = orig;
+    o = Neutral();
+    o.Hue = 360;
+    ASSERT_EQ(turned.Apply(o), XE_OK);
+    EXPECT_EQ(turned.px, orig.px);
+    o.Hue = 120;  // red turns towards green
+    ASSERT_EQ(turned.Apply(o), XE_OK);
+    EXPECT_GT(turned.Get(0, 0, 1), turned.Get(0, 0, 2));
+    EXPECT_GT(turned.Get(0, 0, 1), turned.Get(0, 0, 0));
+  }
+}
+
+TEST(ImProc, UserFilterIdentityBoxAndOrientation) {
+  for (uint16_t bits : kFormats) {
+    Image orig(5, 4, bits);
+    orig.Fill(bits + 1, bits == 8 || bits == 24 ? 255 : 65535);
+    IMPROCOPTIONS o = Neutral();
+    o.FilterCode = 5;
+    o.UserFilter.dim = 3;
+    o.UserFilter.Coef[1][1] = 1;
+    Image img = orig;
+    ASSERT_EQ(img.Apply(o), XE_OK);
+    EXPECT_EQ(img.px, orig.px) << bits;
+
+    // Only the coefficient above the centre: each pixel takes the one above
+    // it in the picture (memory row r + 1), the top row repeats itself.
+    o.UserFilter.Coef[1][1] = 0;
+    o.UserFilter.Coef[0][1] = 1;
+    ASSERT_EQ(img.Apply(o), XE_OK);
+    for (uint32_t r = 0; r < 4; ++r)
+      for (uint32_t x = 0; x < 5; ++x)
+        for (uint32_t c = 0; c < img.Channels(); ++c)
+          ASSERT_EQ(img.Get(x, r, c), orig.Get(x, std::min(r + 1, 3u), c));
+  }
+  // A 3 x 3 box summed and shifted by 3 (divided by 8, rounded) on a gray
+  // 3 x 3 image, edges repeated: worked by hand.
+  Image img(3, 3, 8);
+  const uint32_t v[3][3] = {{8, 16, 24}, {0, 40, 0}, {80, 0, 8}};  // memory rows
+  for (uint32_t r = 0; r < 3; ++r)
+    for (uint32_t x = 0; x < 3; ++x) img.Set(x, r, 0, v[r][x]);
+  IMPROCOPTIONS o = Neutral();
+  o.FilterCode = 5;
+  o.UserFilter.dim = 3;
+  o.UserFilter.shifts = 3;
+  o.UserFilter.bias = 1;
+  for (auto &row : o.UserFilter.Coef)
+    for (auto &c : row) c = 1;
+  o.UserFilter.Coef[3][3] = 99;  // outside dim: not used
+  ASSERT_EQ(img.Apply(o), XE_OK);
+  // Centre: 176 / 8 = 22, + 1. Memory (0,0): rows 0,0,1 x columns 0,0,1 =
+  // 8+8+16 + 8+8+16 + 0+0+40 = 104 -> 13 + 1. Memory (2,2): rows 1,2,2 x
+  // columns 1,2,2 = 40+0+0 + 0+8+8 + 0+8+8 = 72 -> 9 + 1.
+  EXPECT_EQ(img.Get(1, 1), 23u);
+  EXPECT_EQ(img.Get(0, 0), 14u);
+  EXPECT_EQ(img.Get(2, 2), 10u);
+}
+
+TEST(ImProc, FixedFiltersKeepFlatImagesAndTheMedianRemovesAnOutlier) {
+  for (int32_t code = 1; code <= 4; ++code)
+    for (uint16_t bits : kFormats) {
+      Image img(6, 5, bits);
+      for (uint32_t r = 0; r < 5; ++r)
+        for (uint32_t x = 0; x < 6; ++x)
+          for (uint32_t c = 0; c < img.Channels(); ++c) img.Set(x, r, c, 100 + c);
+      const Image flat = img;
+      IMPROCOPTIONS o = Neutral();
+      o.FilterCode = code;
+      ASSERT_EQ(img.Apply(o), XE_OK);
+      EXPECT_EQ(img.px, flat.px) << code << " " << bits;
+      img.Set(2, 2, 0, 250);
+      ASSERT_EQ(img.Apply(o), XE_OK);
+      if (code == 4) {
+        EXPECT_EQ(img.px, flat.px);
+      } else if (code == 1) {
+        EXPECT_EQ(img.Get(2, 2, 0), img.Wide() ? 850u : 255u);  // 250 + 4 * 150
+        EXPECT_EQ(img.Get(2, 3, 0), 0u);    // 100 - 150
+      } else if (code == 2) {
+        EXPECT_EQ(img.Get(2, 2, 0), 138u);  // 100 + 150 * 4 / 16 = 137.5
+      }
+    }
+}
+
+TEST(ImProc, RefusedInputLeavesTheImageAlone) {
+  Image img(4, 3, 24);
+  img.Fill(5, 255);
+  const Image before = img;
+  IMPROCOPTIONS o = Neutral();
+  o.Bright = 300;  // would change the image if it ran
+  const std::pair<int32_t, int32_t> bad[] = {{4, 0}, {7, 0}, {0, 0}, {3, -1}, {3, 32}};
+  for (auto [dim, shifts] : bad) {
+    o.FilterCode = 5;
+    o.UserFilter.dim = dim;
+    o.UserFilter.shifts = shifts;
+    EXPECT_EQ(img.Apply(o), XE_ERR_NOT_SUPPORTED) << dim << " " << shifts;
+  }
+  o.FilterCode = 6;
+  EXPECT_EQ(img.Apply(o), XE_ERR_NOT_SUPPORTED);
+  o.FilterCode = 0;
+  img.h.biBitCount = 32;
+  EXPECT_EQ(img.Apply(o), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(XeFlips(&img.h, img.px.data(), 1, 1), XE_ERR_NOT_SUPPORTED);
+  img.h.biBitCount = 24;
+  img.h.biCompression = 256;
+  EXPECT_EQ(img.Apply(o), XE_ERR_NOT_SUPPORTED);
+  img.h.biCompression = 0;
+  EXPECT_EQ(img.px, before.px);
+  EXPECT_EQ(XeImProc(&img.h, nullptr, &o), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(XeImProc(&img.h, img.px.data(), nullptr), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(XeFlips(nullptr, img.px.data(), 1, 0), XE_ERR_NULL_ARGUMENT);
+  img.h.biWidth = 0;
+  EXPECT_EQ(img.Apply(o), XE_OK);
+  EXPECT_EQ(img.px, before.px);
+}
+
+// Everything at once, on odd sizes and a wide one.
+IMPROCOPTIONS Everything(int32_t rotate, int32_t filter) {
+  IMPROCOPTIONS o = Neutral();
+  o.WBRed = 1.3f;
+  o.WBBlue = 0.8f;
+  o.Bright = 40;
+  o.Contrast = 5;
+  o.Gamma = 1.8f;
+  o.Saturation = 30;
+  o.Hue = 15;
+  o.FlipH = 1;
+  o.FlipV = 1;
+  o.Rotate = rotate;
+  o.FilterCode = filter;
+  o.FilterParam = 50;
+  o.UserFilter.dim = 5;
+  o.UserFilter.shifts = 4;
+  o.UserFilter.Coef[2][2] = 8;
+  o.UserFilter.Coef[0][4] = 4;
+  o.UserFilter.Coef[4][0] = 4;
+  return o;
+}
+
+// Every size, every filter, one thread against two; the 16-bit images use 12
+// bits and must stay within them.
+TEST(ImProc, ResultsDoNotDependOnTheThreadCountAndStayInRange) {
+  const int32_t sizes[][2] = {{1, 1}, {1, 4}, {2, 2}, {5, 3}, {301, 67}};
+  const int32_t turns[] = {0, 90, -90, 90, 0, -90};  // by filter code
+  for (uint16_t bits : kFormats)
+    for (auto [w, ht] : sizes)
+      for (int32_t filter = 0; filter <= 5; ++filter) {
+        Image a(w, ht, bits, bits == 16 ? 4096 : 0);
+        a.Fill(filter, bits == 8 || bits == 24 ? 255 : 65535);
+        Image b = a;
+        const IMPROCOPTIONS o = Everything(turns[filter], filter);
+        SetPixelThreads(1);
+        ASSERT_EQ(a.Apply(o), XE_OK);
+        SetPixelThreads(2);
+        ASSERT_EQ(b.Apply(o), XE_OK);
+        SetPixelThreads(0);
+        EXPECT_EQ(a.Bytes(), b.Bytes()) << bits << " " << filter;
+        if (bits != 16) continue;
+        for (uint32_t r = 0; r < static_cast<uint32_t>(a.h.biHeight); ++r)
+          for (uint32_t x = 0; x < static_cast<uint32_t>(a.h.biWidth); ++x)
+            ASSERT_LE(a.Get(x, r), 4095u);
+      }
+}
+
+TEST(ImProcSettings, OptionsFromTheSetupRoundHalfAwayFromZero) {
+  ::Setup s{};
+  s.fGain = 0.55f;
+  s.fOffset = 0.0625f;  // halves exactly: 62.5, 12.5 and 2.5 round away from 0
+  s.fSaturation = 1.125f;
+  s.fHue = 2.5f;
+  s.fGamma = 2.2f;
+  s.WBView = {1.5f, 0.75f};
+  s.UserFilter.Coef[2][2] = -9;
+  IMPROCOPTIONS o;
+  std::memset(&o, 0xAB, sizeof o);
+  ASSERT_EQ(XeSetImProcOptions(&o, &s), XE_OK);
+  EXPECT_EQ(o.Contrast, -50);
+  EXPECT_EQ(o.Bright, 63);
+  EXPECT_EQ(o.Saturation, 13);
+  EXPECT_EQ(o.Hue, 3);
+  EXPECT_FLOAT_EQ(o.Gamma, 2.2f);
+  EXPECT_FLOAT_EQ(o.WBBlue, 0.75f);
+  EXPECT_EQ(o.UserFilter.Coef[2][2], -9);
+  for (uint8_t b : o.Reserved160) EXPECT_EQ(b, 0);
+
+  s.fGain = 1.9f;
+  s.fOffset = -0.0625f;
+  s.fSaturation = 0.875f;
+  s.fHue = -2.5f;
+  ASSERT_EQ(XeSetImProcOptions(&o, &s), XE_OK);
+  EXPECT_EQ(o.Contrast, 10);
+  EXPECT_EQ(o.Bright, -63);
+  EXPECT_EQ(o.Saturation, -13);
+  EXPECT_EQ(o.Hue, -3);
+  s.fOffset = 1e20f;  // limited, not undefined
+  ASSERT_EQ(XeSetImProcOptions(&o, &s), XE_OK);
+  EXPECT_EQ(o.Bright, INT32_MAX);
+  EXPECT_EQ(XeSetImProcOptions(nullptr, &s), XE_ERR_NULL_ARGUMENT);
+
+  EXPECT_EQ(XefGammaF2I(2.2f), 220);
+  EXPECT_EQ(XefGammaF2I(-0.125f), -13);
+}
+
+TEST(ImProcSettings, IntegerAndFloatFieldsFollowEachOther) {
+  ::Setup s{};
+  s.Bright = -250;
+  s.Contrast = -50;
+  s.Gamma = 180;
+  s.Saturation = 40;
+  s.Hue = -30;
+  ASSERT_EQ(XefUpdateNewImProc(&s, 0), XE_OK);
+  EXPECT_FLOAT_EQ(s.fOffset, -0.25f);
+  EXPECT_FLOAT_EQ(s.fGain, 0.55f);
+  EXPECT_FLOAT_EQ(s.fGamma, 1.8f);
+  EXPECT_FLOAT_EQ(s.fSaturation, 1.4f);
+  EXPECT_FLOAT_EQ(s.fHue, -30.0f);
+  const ::Setup ints = s;
+  s.Bright = s.Contrast = s.Gamma = s.Saturation = s.Hue = 0;
+  ASSERT_EQ(XefUpdateOldImProc(&s, 0), XE_OK);
+  EXPECT_EQ(s.Bright, ints.Bright);
+  EXPECT_EQ(s.Contrast, ints.Contrast);
+  EXPECT_EQ(s.Gamma, ints.Gamma);
+  EXPECT_EQ(+s.Saturation, +ints.Saturation);  // a packed, unaligned field
+  EXPECT_EQ(s.Hue, ints.Hue);
+  for (int32_t c : {-111, -1, 0, 1, 37, 100, 500}) {  // every contrast comes back
+    s.Contrast = c;
+    ASSERT_EQ(XefUpdateNewImProc(&s, CIS_fGain), XE_OK);
+    s.Contrast = 12345;
+    ASSERT_EQ(XefUpdateOldImProc(&s, CIS_fGain), XE_OK);
+    EXPECT_EQ(s.Contrast, c);
+  }
+  // One selector touches one pair only.
+  s.fHue = 44.6f;
+  s.fGamma = 3.0f;
+  ASSERT_EQ(XefUpdateOldImProc(&s, CIS_fHue), XE_OK);
+  EXPECT_EQ(s.Hue, 45);
+  EXPECT_EQ(s.Gamma, ints.Gamma);
+  const ::Setup kept = s;
+  EXPECT_EQ(XefUpdateOldImProc(&s, CIS_FlipH), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(XefUpdateNewImProc(&s, 201), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(std::memcmp(&s, &kept, sizeof s), 0);
+  EXPECT_EQ(XefUpdateNewImProc(nullptr, 0), XE_ERR_NULL_ARGUMENT);
+}
+
+}  // namespace
