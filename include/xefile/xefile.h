@@ -182,6 +182,82 @@ XEFILE_API int32_t XefPrintDot3Us(int32_t value, char *out);
 XEFILE_API int32_t XefFromNsToNsDegPer(int32_t value, int32_t periodNs, uint32_t mode);
 XEFILE_API int32_t XefFromNsDegPerToNs(int32_t value, int32_t periodNs, uint32_t mode);
 
+/* ---- Demosaic -----------------------------------------------------------------
+ * Colour interpolation of a mosaic. Ids, in the order interfaces list them:
+ * Fastest (2 x 2 window), Fast (bilinear), Medium (gradient-corrected
+ * linear), Good (edge-directed), Best (gradient-weighted directional colour
+ * differences), None (the mosaic stays grey). */
+#define XE_DEMOSAIC_FASTEST 1
+#define XE_DEMOSAIC_FAST    2
+#define XE_DEMOSAIC_GOOD    3
+#define XE_DEMOSAIC_BEST    4
+#define XE_DEMOSAIC_MEDIUM  5
+#define XE_DEMOSAIC_NONE    6
+/* A replacement for the library's colour interpolation: the mosaic (8 or 16
+ * bits, one sample per pixel) to colour in place, the header's bit count
+ * tripled. algo is the id, possibly with 0x100 added. */
+typedef int32_t (*XeDemosaicCallback)(BitmapInfoHeader *header, uint8_t *pixels, uint32_t cfa, uint32_t algo);
+/* The list of ids: idByPosition[p] the id at position p, positionById[id] the
+ * position of an id (positionById[0], for the unused id 0, is 0xFF), names[p]
+ * its name. Null arguments are skipped. Returns 0. */
+XEFILE_API int32_t XefInitIntAlgoIDs(uint8_t idByPosition[6], uint8_t positionById[7], char names[6][20]);
+
+/* ---- Image adjustments -------------------------------------------------------
+ * What the adjustment fields of IMPROCOPTIONS and of the Setup do to an image
+ * (8 or 16-bit gray, 24 or 48-bit colour). All of them are applied in one
+ * call, in this order; b is the depth in use (16-bit images: from
+ * biClrImportant, else 16), M = 2^b - 1 the full scale, and every step limits
+ * its result to 0..M as if the steps ran one after another.
+ *   WBRed, WBBlue   gains of red and blue (colour only; 1.0 neutral; a value
+ *                   that is not a finite number >= 0 counts as 1.0).
+ *   Bright          offset of Bright/1000 of full scale: v + Bright * M/1000.
+ *                   Setup: Bright = round(fOffset * 1000).
+ *   Contrast        a factor k around mid-scale: (v - M/2) * k + M/2, with
+ *                   k = 1 + Contrast * d/100, d = 0.9 below 0 else 9.0 (k is
+ *                   at least 0). Setup: Contrast = round((fGain - 1) * 100/d),
+ *                   d = 0.9 for fGain below 1 else 9.0; so fGain 0.55 gives
+ *                   -50 and 1.9 gives 10, and k is fGain again.
+ *   Saturation      colour only: the chroma around the luma Y = 0.299 R +
+ *                   0.587 G + 0.114 B is scaled by 1 + Saturation/100
+ *                   (-100 or less gives gray). Setup: round((fSaturation - 1)
+ *                   * 100).
+ *   Hue             colour only: the chroma turns by Hue degrees (taken
+ *                   modulo 360) in the plane U = 0.492 (B - Y), V = 0.877
+ *                   (R - Y), luma kept; positive turns red towards yellow and
+ *                   green. Setup: round(fHue).
+ *   Gamma           v = M * (v/M)^(1/Gamma): above 1 lightens the mid-tones,
+ *                   1.0 neutral; a value that is not a finite number > 0
+ *                   counts as 1.0. Setup: Gamma = fGamma; the integer Setup
+ *                   field holds round(gamma * 100).
+ *   FlipH, FlipV    non-zero mirrors left-right, top-bottom.
+ *   Rotate          90 (or -270) a quarter turn clockwise, -90 (or 270)
+ *                   anticlockwise; the header's width and height are exchanged
+ *                   and the buffer must hold the turned image's size. Every
+ *                   other angle is ignored (no turn, no error).
+ *   FilterCode      with FilterParam, applied last (pixels beyond the border
+ *                   repeat the edge pixel):
+ *                     0  none
+ *                     1  sharpen: v + a (4v - the four side neighbours)
+ *                     2  smooth: 3 x 3 binomial, weights 1 2 1 / 2 4 2 / 1 2 1,
+ *                        divided by 16, rounded
+ *                     3  edge enhance: v + a (8v - the eight neighbours)
+ *                     4  median of the 3 x 3 neighbourhood
+ *                     5  the user filter
+ *                   a = FilterParam / 100 (1 to 1000; 0 or less gives 100,
+ *                   more than 1000 gives 1000); codes 2, 4 and 5 ignore it.
+ *   UserFilter      out = ((sum of Coef[i][j] * v + r) >> shifts) + bias,
+ *                   r = 2^(shifts-1) (0 for shifts 0), over the top-left
+ *                   dim x dim coefficients; Coef[0] is the row above the
+ *                   pixel in the picture, Coef[i][0] the leftmost column and
+ *                   Coef[dim/2][dim/2] the pixel itself.
+ *                   dim must be 1, 3 or 5 and shifts 0 to 31.
+ * All zero with Gamma, WBRed and WBBlue 1.0 leaves an image bit-identical.
+ * A filter code outside 0 to 5 or a user filter that breaks the rules above
+ * is refused with XE_ERR_NOT_SUPPORTED and the image stays as it was.
+ * The 16-to-8-bit reduction of the chain (Setup fGain16_8, selector 221) maps
+ * v to min(255, floor(v * gain / 256)): gain 1.0 keeps the top byte, gain
+ * 2^b / 256 maps the whole b-bit range to 0..255. */
+
 /* ---- Use cases ---------------------------------------------------------------
  * 1 view, 2 save, 3 raw. Every creator sets use case 1. */
 XEFILE_API int32_t XeSetUseCase(CineHandle cine, uint32_t useCase);

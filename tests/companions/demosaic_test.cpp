@@ -1,0 +1,296 @@
+// Demosaic: quality against known colour images, exactness on flat fields,
+// the bottom-up phase of the patterns, tiny sizes, thread independence and
+// bad input.
+#include "companions/int/demosaic.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "companions/int/parallel.h"
+#include "xefile/xefile.h"
+
+namespace {
+
+using namespace xe::intl;
+
+const uint32_t kIds[] = {kDemosaicFastest, kDemosaicFast, kDemosaicMedium, kDemosaicGood, kDemosaicBest};
+
+// The patterns written out again here (picture coordinates, top row first;
+// 0 red, 1 green, 2 blue), so that a fault in the library's table or phase
+// shows.
+int PictureColour(uint32_t code, uint32_t x, uint32_t y) {
+  static const int p1[2][4] = {{1, 2, 0, 1}, {0, 1, 1, 2}};
+  static const int p2[2][4] = {{2, 1, 1, 0}, {1, 0, 2, 1}};
+  static const int p3[2][2] = {{1, 2}, {0, 1}};
+  static const int p4[2][2] = {{0, 1}, {1, 2}};
+  switch (code) {
+    case 1: return p1[y & 1][x & 3];
+    case 2: return p2[y & 1][x & 3];
+    case 3: return p3[y & 1][x & 1];
+    default: return p4[y & 1][x & 1];
+  }
+}
+
+// A colour picture, top row first, samples 0 to 1 in red, green, blue.
+struct Picture {
+  uint32_t w, h;
+  std::vector<float> rgb;
+  float *At(uint32_t x, uint32_t y) { return &rgb[3 * (static_cast<size_t>(y) * w + x)]; }
+};
+
+template <typename F>
+Picture Make(uint32_t w, uint32_t h, F f) {
+  Picture p{w, h, std::vector<float>(3 * static_cast<size_t>(w) * h)};
+  for (uint32_t y = 0; y < h; ++y)
+    for (uint32_t x = 0; x < w; ++x) f(static_cast<float>(x), static_cast<float>(y), p.At(x, y));
+  return p;
+}
+
+// Discs, a diagonal bar and a block with sharp edges on a ramp; the colours
+// are tints, as in most scenes, so that edges are mostly edges of brightness.
+Picture Edges(uint32_t w, uint32_t h) {
+  return Make(w, h, [](float x, float y, float *c) {
+    float l = 0.2f + 0.003f * x, t[3] = {1.1f, 1.f, 0.9f};
+    if ((x - 20) * (x - 20) + (y - 22) * (y - 22) < 150) l = 0.8f, t[0] = 1.15f, t[2] = 0.8f;
+    if ((x - 50) * (x - 50) + (y - 40) * (y - 40) < 200) l = 0.6f, t[0] = 0.85f, t[2] = 1.2f;
+    if (x + y > 70 && x + y < 74) l = 0.9f;
+    if (y > 50 && x > 10 && x < 40) l = 0.1f;
+    for (int k = 0; k < 3; ++k) c[k] = std::min(1.f, l * t[k]);
+  });
+}
+
+// Fine luminance texture under a slowly changing tint.
+Picture Texture(uint32_t w, uint32_t h) {
+  return Make(w, h, [](float x, float y, float *c) {
+    float l = 0.5f + 0.3f * std::sin(0.7f * x + 0.4f * y) * std::cos(0.3f * y);
+    c[0] = l + 0.1f * std::sin(0.05f * x);
+    c[1] = l;
+    c[2] = l - 0.1f * std::cos(0.04f * y);
+  });
+}
+
+Picture Gradient(uint32_t w, uint32_t h) {
+  return Make(w, h, [w, h](float x, float y, float *c) {
+    c[0] = 0.1f + 0.8f * x / w;
+    c[1] = 0.2f + 0.6f * y / h;
+    c[2] = 0.9f - 0.7f * (x + y) / (w + h);
+  });
+}
+
+struct Image {
+  BitmapInfoHeader h{};
+  std::vector<uint8_t> px;
+};
+
+uint32_t Stride(uint32_t w, uint32_t bits) { return (w * bits + 31) / 32 * 4; }
+
+// The mosaic of a picture in a buffer big enough for the colour result;
+// memory row r holds picture row h - 1 - r (or row r when `topDown`, the
+// wrong phase).
+Image Mosaic(Picture &p, uint32_t code, uint32_t bits, bool topDown = false) {
+  Image im;
+  im.h.biSize = 40;
+  im.h.biWidth = static_cast<int32_t>(p.w);
+  im.h.biHeight = static_cast<int32_t>(p.h);
+  im.h.biPlanes = 1;
+  im.h.biBitCount = static_cast<uint16_t>(bits);
+  im.h.biSizeImage = Stride(p.w, bits) * p.h;
+  im.px.assign(Stride(p.w, 3 * bits) * p.h, 0);
+  float maxv = bits == 8 ? 255.f : 65535.f;
+  for (uint32_t r = 0; r < p.h; ++r)
+    for (uint32_t x = 0; x < p.w; ++x) {
+      uint32_t y = topDown ? r : p.h - 1 - r;
+      uint32_t v = static_cast<uint32_t>(std::lround(p.At(x, y)[PictureColour(code, x, y)] * maxv));
+      uint8_t *row = im.px.data() + static_cast<size_t>(Stride(p.w, bits)) * r;
+      if (bits == 8)
+        row[x] = static_cast<uint8_t>(v);
+      else
+        reinterpret_cast<uint16_t *>(row)[x] = static_cast<uint16_t>(v);
+    }
+  return im;
+}
+
+double Sample(const Image &im, uint32_t x, uint32_t r, uint32_t ch) {
+  uint32_t bits = im.h.biBitCount / 3;
+  const uint8_t *row = im.px.data() + static_cast<size_t>(Stride(im.h.biWidth, im.h.biBitCount)) * r;
+  return bits == 8 ? row[3 * x + ch] : reinterpret_cast<const uint16_t *>(row)[3 * x + ch];
+}
+
+// Colour PSNR of a demosaicked image against the picture, leaving out a
+// border of 2 pixels.
+double Psnr(const Image &im, Picture &p) {
+  double maxv = im.h.biBitCount == 24 ? 255.0 : 65535.0, se = 0;
+  size_t n = 0;
+  for (uint32_t r = 2; r + 2 < p.h; ++r)
+    for (uint32_t x = 2; x + 2 < p.w; ++x)
+      for (uint32_t ch = 0; ch < 3; ++ch) {
+        double d = Sample(im, x, r, 2 - ch) / maxv - p.At(x, p.h - 1 - r)[ch];
+        se += d * d;
+        ++n;
+      }
+  return 10.0 * std::log10(1.0 / (se / n));
+}
+
+double Demosaicked(Picture &p, uint32_t code, uint32_t id, uint32_t bits = 8) {
+  Image im = Mosaic(p, code, bits);
+  EXPECT_EQ(XeInterpolateColor(&im.h, im.px.data(), code, id + 0x100), 0);
+  EXPECT_EQ(im.h.biBitCount, 3 * bits);
+  EXPECT_EQ(im.h.biSizeImage, Stride(p.w, 3 * bits) * p.h);
+  return Psnr(im, p);
+}
+
+TEST(Demosaic, QualityOfEveryIdOnEveryPattern) {
+  Picture edges = Edges(72, 61), texture = Texture(64, 50), gradient = Gradient(70, 46);
+  // Lowest PSNR in dB by id position in kIds, for the 2 x 2 codes and for
+  // the 2 x 4 codes (which run a simpler interpolation beyond "Fast").
+  const double edges2x2[] = {19, 22, 25, 26, 28}, texture2x2[] = {21, 28, 34, 36, 45};
+  const double edges2x4[] = {19, 22, 24, 24, 24}, texture2x4[] = {21, 28, 31, 31, 31};
+  const double gradientMin[] = {40, 55, 55, 55, 55};
+  for (uint32_t code = 1; code <= 4; ++code)
+    for (size_t i = 0; i < std::size(kIds); ++i) {
+      SCOPED_TRACE(testing::Message() << "code " << code << " id " << kIds[i]);
+      bool bayer = code >= 3;
+      EXPECT_GT(Demosaicked(edges, code, kIds[i]), bayer ? edges2x2[i] : edges2x4[i]);
+      EXPECT_GT(Demosaicked(texture, code, kIds[i]), bayer ? texture2x2[i] : texture2x4[i]);
+      EXPECT_GT(Demosaicked(gradient, code, kIds[i], 16), gradientMin[i]);
+    }
+}
+
+TEST(Demosaic, BestBeatsFastOnEdges) {
+  Picture edges = Edges(72, 61);
+  for (uint32_t code : {3u, 4u}) {
+    double fast = Demosaicked(edges, code, kDemosaicFast), best = Demosaicked(edges, code, kDemosaicBest);
+    EXPECT_GT(best, fast + 4) << "code " << code;
+  }
+}
+
+TEST(Demosaic, BottomUpPhaseOfThePattern) {
+  // Built top-down, the mosaic of an odd height has the wrong phase for
+  // every pattern (and for even heights for the 2 x 2 ones only in rows).
+  for (uint32_t h : {51u, 50u}) {
+    Picture texture = Texture(60, h);
+    for (uint32_t code : {1u, 3u, 4u}) {
+      Image right = Mosaic(texture, code, 8), wrong = Mosaic(texture, code, 8, true);
+      ASSERT_EQ(XeInterpolateColor(&right.h, right.px.data(), code, kDemosaicGood), 0);
+      ASSERT_EQ(XeInterpolateColor(&wrong.h, wrong.px.data(), code, kDemosaicGood), 0);
+      EXPECT_GT(Psnr(right, texture), Psnr(wrong, texture) + 6) << "code " << code << " height " << h;
+    }
+  }
+}
+
+TEST(Demosaic, FlatGreyIsExactAtEverySizeAndDepth) {
+  const uint32_t sizes[][2] = {{1, 1}, {2, 2}, {3, 5}, {7, 1}, {1, 7}, {2, 3}, {5, 2}, {17, 13}};
+  for (auto [w, h] : sizes)
+    for (uint32_t bits : {8u, 16u})
+      for (uint32_t code = 0; code <= 5; ++code)
+        for (uint32_t id : {1u, 2u, 3u, 4u, 5u, 0u, 77u}) {
+          Picture flat = Make(w, h, [](float, float, float *c) { c[0] = c[1] = c[2] = 0.4f; });
+          Image im = Mosaic(flat, code, bits);
+          ASSERT_EQ(XeInterpolateColor(&im.h, im.px.data(), code, id), 0);
+          double v = Sample(im, 0, 0, 0);
+          for (uint32_t r = 0; r < h; ++r)
+            for (uint32_t x = 0; x < w; ++x)
+              for (uint32_t ch = 0; ch < 3; ++ch)
+                ASSERT_EQ(Sample(im, x, r, ch), v) << w << "x" << h << " bits " << bits << " code " << code
+                                                   << " id " << id;
+        }
+}
+
+TEST(Demosaic, TinyImagesKeepTheSampleOfEachPixel) {
+  const uint32_t sizes[][2] = {{1, 1}, {2, 2}, {3, 5}, {7, 1}, {1, 7}, {3, 3}, {4, 9}};
+  for (auto [w, h] : sizes)
+    for (uint32_t code = 1; code <= 4; ++code)
+      for (uint32_t id : kIds) {
+        Picture p = Make(w, h, [](float x, float y, float *c) {
+          c[0] = (static_cast<int>(x + y) & 1) ? 1.f : 0.f;
+          c[1] = 1.f - c[0];
+          c[2] = 0.5f;
+        });
+        Image im = Mosaic(p, code, 16);
+        ASSERT_EQ(XeInterpolateColor(&im.h, im.px.data(), code, id), 0);
+        // The colour of each pixel's own filter survives.
+        for (uint32_t r = 0; r < h; ++r)
+          for (uint32_t x = 0; x < w; ++x) {
+            int colour = PictureColour(code, x, h - 1 - r);
+            if (id != kDemosaicFastest) {
+              EXPECT_EQ(Sample(im, x, r, 2 - colour), std::lround(p.At(x, h - 1 - r)[colour] * 65535.f));
+            }
+          }
+      }
+}
+
+TEST(Demosaic, GreyCodeCopiesEachSample) {
+  Picture p = Texture(9, 4);
+  Image im = Mosaic(p, 4, 8);
+  std::vector<uint8_t> before = im.px;
+  ASSERT_EQ(XeInterpolateColor(&im.h, im.px.data(), 0, kDemosaicBest), 0);
+  for (uint32_t r = 0; r < 4; ++r)
+    for (uint32_t x = 0; x < 9; ++x)
+      for (uint32_t ch = 0; ch < 3; ++ch) EXPECT_EQ(Sample(im, x, r, ch), before[Stride(9, 8) * r + x]);
+}
+
+TEST(Demosaic, ResultDoesNotDependOnThreads) {
+  Picture p = Edges(97, 83);
+  for (uint32_t code : {1u, 4u})
+    for (uint32_t id : kIds) {
+      Image one = Mosaic(p, code, 16), two = one;
+      SetPixelThreads(1);
+      ASSERT_EQ(XeInterpolateColor(&one.h, one.px.data(), code, id), 0);
+      SetPixelThreads(2);
+      ASSERT_EQ(XeInterpolateColor(&two.h, two.px.data(), code, id), 0);
+      SetPixelThreads(0);
+      EXPECT_EQ(one.px, two.px) << "code " << code << " id " << id;
+    }
+}
+
+TEST(Demosaic, NoneAndBadInputLeaveTheImageAlone) {
+  Picture p = Texture(10, 6);
+  Image im = Mosaic(p, 4, 16);
+  const Image before = im;
+  auto unchanged = [&] {
+    EXPECT_EQ(std::memcmp(&im.h, &before.h, sizeof im.h), 0);
+    EXPECT_EQ(im.px, before.px);
+  };
+  EXPECT_EQ(XeInterpolateColor(&im.h, im.px.data(), 4, kDemosaicNone), 0);
+  EXPECT_EQ(XeInterpolateColor(&im.h, im.px.data(), 4, kDemosaicNone + 0x100), 0);
+  unchanged();
+  EXPECT_EQ(XeInterpolateColor(nullptr, im.px.data(), 4, 2), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(XeInterpolateColor(&im.h, nullptr, 4, 2), XE_ERR_NULL_ARGUMENT);
+  for (uint16_t bits : {1, 4, 10, 12, 24, 32, 48}) {
+    im.h.biBitCount = bits;
+    EXPECT_EQ(XeInterpolateColor(&im.h, im.px.data(), 4, 2), XE_ERR_NOT_SUPPORTED) << bits;
+    im.h.biBitCount = before.h.biBitCount;
+  }
+  im.h.biCompression = XE_BI_PACKED;
+  EXPECT_EQ(XeInterpolateColor(&im.h, im.px.data(), 4, 2), XE_ERR_NOT_SUPPORTED);
+  im.h.biCompression = 0;
+  im.h.biWidth = 0;
+  EXPECT_EQ(XeInterpolateColor(&im.h, im.px.data(), 4, 2), XE_ERR_NOT_SUPPORTED);
+  im.h.biWidth = before.h.biWidth;
+  unchanged();
+}
+
+TEST(Demosaic, StoredWordsAndTheListOfIds) {
+  EXPECT_EQ(XefAlgo(3, 0), 3u);
+  EXPECT_EQ(XefAlgo(0x105, 7), 5u);
+  EXPECT_EQ(XefAlgo(0, 0), 4u);
+  EXPECT_EQ(XefAlgo(7, 0), 4u);
+  uint8_t ids[6], pos[7];
+  char names[6][20];
+  ASSERT_EQ(XefInitIntAlgoIDs(ids, pos, names), 0);
+  const char *expected[] = {"Fastest", "Fast", "Medium", "Good", "Best", "None"};
+  const uint8_t expectedIds[] = {1, 2, 5, 3, 4, 6};
+  for (int p = 0; p < 6; ++p) {
+    EXPECT_EQ(ids[p], expectedIds[p]);
+    EXPECT_EQ(pos[ids[p]], p);
+    EXPECT_STREQ(names[p], expected[p]);
+  }
+  EXPECT_EQ(pos[0], 0xFF);
+  EXPECT_EQ(XefInitIntAlgoIDs(nullptr, nullptr, nullptr), 0);
+}
+
+}  // namespace
