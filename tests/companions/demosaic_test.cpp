@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/bitmap.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -93,11 +95,8 @@ uint32_t Stride(uint32_t w, uint32_t bits) { return (w * bits + 31) / 32 * 4; }
 // wrong phase).
 Image Mosaic(Picture &p, uint32_t code, uint32_t bits, bool topDown = false) {
   Image im;
-  im.h.biSize = 40;
-  im.h.biWidth = static_cast<int32_t>(p.w);
-  im.h.biHeight = static_cast<int32_t>(p.h);
-  im.h.biPlanes = 1;
-  im.h.biBitCount = static_cast<uint16_t>(bits);
+  im.h = testsupport::Bitmap(static_cast<int32_t>(p.w), static_cast<int32_t>(p.h),
+                             static_cast<uint16_t>(bits));
   im.h.biSizeImage = Stride(p.w, bits) * p.h;
   im.px.assign(Stride(p.w, 3 * bits) * p.h, 0);
   float maxv = bits == 8 ? 255.f : 65535.f;

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/bitmap.h"
+
 #include <cstring>
 #include <random>
 #include <vector>
@@ -17,13 +19,7 @@ namespace {
 using namespace xe::intl;
 
 BitmapInfoHeader Header(int32_t w, int32_t h, uint16_t bits, uint32_t clr = 0) {
-  BitmapInfoHeader b{};
-  b.biSize = 40;
-  b.biWidth = w;
-  b.biHeight = h;
-  b.biPlanes = 1;
-  b.biBitCount = bits;
-  b.biClrImportant = clr;
+  BitmapInfoHeader b = testsupport::Bitmap(w, h, bits, 0, clr);
   b.biSizeImage = XefPixarSize(&b);
   return b;
 }

@@ -3,21 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include "support/bitmap.h"
+
 namespace {
 
 using namespace xe::intl;
 
+using testsupport::Bitmap;
 BitmapInfoHeader Header(int32_t w, int32_t h, uint16_t bits, uint32_t compression = 0,
                         uint32_t levels = 0) {
-  BitmapInfoHeader b{};
-  b.biSize = 40;
-  b.biWidth = w;
-  b.biHeight = h;
-  b.biPlanes = 1;
-  b.biBitCount = bits;
-  b.biCompression = compression;
-  b.biClrImportant = levels;
-  return b;
+  return Bitmap(w, h, bits, compression, levels);
 }
 
 TEST(DibSizes, RowsArePaddedToWholeWords) {

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/bitmap.h"
+
 #include <algorithm>
 #include <cstring>
 #include <random>
@@ -25,12 +27,7 @@ struct Image {
   std::vector<uint8_t> px;
 
   Image(int32_t w, int32_t ht, uint16_t bits, uint32_t clrImportant = 0) {
-    h.biSize = 40;
-    h.biWidth = w;
-    h.biHeight = ht;
-    h.biPlanes = 1;
-    h.biBitCount = bits;
-    h.biClrImportant = clrImportant;
+    h = testsupport::Bitmap(w, ht, bits, 0, clrImportant);
     h.biSizeImage = XefPixarSize(&h);
     // Exactly as large as the larger of the image and its quarter turn, so
     // that the sanitizer sees any access beyond it.

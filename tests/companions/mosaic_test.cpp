@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/bitmap.h"
+
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -31,12 +33,7 @@ struct Image {
   std::vector<uint8_t> px;
 
   Image(int32_t w, int32_t height, uint16_t bits, uint32_t levels = 0) {
-    h.biSize = 40;
-    h.biWidth = w;
-    h.biHeight = height;
-    h.biPlanes = 1;
-    h.biBitCount = bits;
-    h.biClrImportant = levels;
+    h = testsupport::Bitmap(w, height, bits, 0, levels);
     h.biSizeImage = XefPixarSize(&h);
     px.assign(h.biSizeImage, 0xCD);
     Fill([](uint32_t, uint32_t, uint32_t) { return 0u; });

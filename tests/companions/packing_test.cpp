@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/bitmap.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -15,14 +17,7 @@ namespace {
 using namespace xe::intl;
 
 BitmapInfoHeader PackedHeader(int32_t w, int32_t h) {
-  BitmapInfoHeader b{};
-  b.biSize = 40;
-  b.biWidth = w;
-  b.biHeight = h;
-  b.biPlanes = 1;
-  b.biBitCount = 16;
-  b.biCompression = 256;
-  b.biClrImportant = 1024;
+  BitmapInfoHeader b = testsupport::Bitmap(w, h, 16, 256, 1024);
   b.biSizeImage = static_cast<uint32_t>((uint64_t(w) * uint64_t(h) * 10 + 7) / 8);
   return b;
 }
