@@ -95,6 +95,13 @@ XEFILE_API int32_t XeGetCineImage(CineHandle cine, ImageRange *range, uint8_t *p
 XEFILE_API int32_t XeGetCineInfo(CineHandle cine, uint32_t selector, void *value);
 /* The value of a 32-bit selector as the result (0 for an unknown one). */
 XEFILE_API uint32_t XevGetCineInfo(CineHandle cine, uint32_t selector);
+/* Sets a selector. 0 for every listed selector, also when a value was
+ * refused or limited: the value stored is then written back into the
+ * caller's variable. Read-only and unknown selectors answer
+ * XE_ERR_NOT_SUPPORTED; a null cine or value XE_ERR_NULL_ARGUMENT. */
+XEFILE_API int32_t XeSetCineInfo(CineHandle cine, uint32_t selector, void *value);
+/* Sets a 32-bit selector from a plain value; the status of XeSetCineInfo. */
+XEFILE_API int32_t XevSetCineInfo(CineHandle cine, uint32_t selector, uint32_t value);
 
 /* ---- Predicates ------------------------------------------------------------ */
 XEFILE_API int32_t XefIs16BitCine(CineHandle cine);

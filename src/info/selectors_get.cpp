@@ -1,7 +1,7 @@
 // XeGetCineInfo for the recording facts (0 to 41), the frame rate profile and
 // lens (100 to 112, 450 to 452) and the addresses of the cine's records (1000
-// to 1022). Integer values are written as 32 bits: u16 and u8 zero-extended,
-// i16 sign-extended.
+// to 1022); the other families answer from their own files. Integer values
+// are written as 32 bits: u16 and u8 zero-extended, i16 sign-extended.
 #include <cstring>
 
 #include "frame/cine.h"
@@ -11,10 +11,23 @@
 namespace xe {
 namespace {
 
-void PutU32(void *value, uint32_t v) { std::memcpy(value, &v, 4); }
-void PutI32(void *value, int32_t v) { std::memcpy(value, &v, 4); }
-void PutF32(void *value, float v) { std::memcpy(value, &v, 4); }
-void PutPtr(void *value, const void *p) { std::memcpy(value, &p, sizeof p); }
+using sel::PutF32;
+using sel::PutI32;
+using sel::PutPtr;
+using sel::PutU32;
+
+// The cine name; a camera cine takes the camera's name first.
+void GetCineName(Cine *c, void *value) {
+  Setup &s = c->H.Setup;
+  if (!c->IsFileCine) {
+    char name[sizeof s.CineName];
+    if (CameraCineGet(c, kCamCineName, name, sizeof name) == XE_OK) {
+      name[sizeof name - 1] = 0;
+      std::memcpy(s.CineName, name, sizeof name);
+    }
+  }
+  std::memcpy(value, s.CineName, sizeof s.CineName);
+}
 
 bool RecordingFact(Cine *c, uint32_t sel, void *value) {
   const Setup &s = c->H.Setup;
@@ -58,7 +71,7 @@ bool RecordingFact(Cine *c, uint32_t sel, void *value) {
     case CIS_RecordingTimeZone: PutI32(value, s.RecordingTimeZone); return true;
     case CIS_FirstImageNo: PutI32(value, h.FirstImageNo); return true;
     case CIS_FirstMovieImage: PutI32(value, h.FirstMovieImage); return true;
-    case CIS_CineName: std::memcpy(value, s.CineName, sizeof s.CineName); return true;
+    case CIS_CineName: GetCineName(c, value); return true;
     case CIS_TimeFormat: PutU32(value, c->TimeFormat); return true;
     default: return false;
   }
@@ -121,8 +134,13 @@ bool RecordAddress(Cine *c, uint32_t sel, void *value) {
 }  // namespace
 
 int32_t GetCineInfo(Cine *c, uint32_t selector, void *value) {
+  // CIS_MaxImageSizeColor (400), CIS_ProcessedHeader (1023) and
+  // CIS_MaxImageSize (1024) are answered from the processing chain's header
+  // walk and size bounds; they come with the chain and answer
+  // XE_ERR_NOT_SUPPORTED until then.
   if (RecordingFact(c, selector, value) || ProfileAndLens(c, selector, value) ||
-      RecordAddress(c, selector, value))
+      RecordAddress(c, selector, value) || GetProcessingInfo(c, selector, value) ||
+      GetSaveInfo(c, selector, value))
     return XE_OK;
   return XE_ERR_NOT_SUPPORTED;
 }

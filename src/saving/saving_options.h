@@ -45,6 +45,14 @@ struct SavingOptions {
 // FileType changes.
 void ApplyFileTypeDefaults(Cine *cine);
 
+// True when the cine can carry packed images: a camera cine whose camera
+// transfers packed images with more than 8 bits, or a file cine whose images
+// are packed.
+bool CanCarryPacked(const Cine *c);
+// SavePacked may be on for this cine and its target type: it can carry packed
+// images and FileType is -26, 0, or 1 with a gray image.
+bool PackedSaveAllowed(const Cine *c);
+
 // The file type a cine is saved to after it is made: 0 (raw cine) for images
 // of up to 16 bits, else 1.
 int16_t DefaultFileType(uint16_t biBitCount);

@@ -1,9 +1,11 @@
 // The read side of the recording-fact selectors.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdio>
 #include <cstring>
 
+#include "cinefile/cine_test_support.h"
 #include "frame/cine.h"
 #include "xefile/xefile.h"
 
@@ -21,6 +23,8 @@ TEST_F(Selectors, UnlistedNumbersAndNullArguments) {
   EXPECT_EQ(XeGetCineInfo(cine, 18, &v), XE_ERR_NOT_SUPPORTED);
   EXPECT_EQ(XeGetCineInfo(cine, 42, &v), XE_ERR_NOT_SUPPORTED);
   EXPECT_EQ(XeGetCineInfo(cine, 113, &v), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(XeGetCineInfo(cine, 220, &v), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(XeGetCineInfo(cine, 507, &v), XE_ERR_NOT_SUPPORTED);
   EXPECT_EQ(XeGetCineInfo(nullptr, CIS_CFA, &v), XE_ERR_NULL_ARGUMENT);
   EXPECT_EQ(XeGetCineInfo(cine, CIS_CFA, nullptr), XE_ERR_NULL_ARGUMENT);
   EXPECT_EQ(XevGetCineInfo(nullptr, CIS_CFA), 0u);
@@ -73,6 +77,64 @@ TEST_F(Selectors, TextsFillTheirWholeRoom) {
   ASSERT_EQ(XeGetCineInfo(cine, CIS_CineName, name), 0);
   EXPECT_STREQ(name, "shot 12");
   EXPECT_EQ(name[255], 0);
+}
+
+TEST_F(Selectors, SaveOptionsReadInTheirOwnUnits) {
+  // The quality of a quantisation factor, the factor limited to 2..255.
+  for (auto [factor, quality] : {std::pair{0u, 100u}, {2u, 100u}, {15u, 95u}, {255u, 1u}, {999u, 1u}}) {
+    cine->Saving.QFactor = factor;
+    EXPECT_EQ(XevGetCineInfo(cine, CIS_Quality), quality) << factor;
+  }
+  cine->Saving.FileType = -26;
+  EXPECT_EQ(static_cast<int32_t>(XevGetCineInfo(cine, CIS_FileType)), -26);
+  cine->Saving.DpxSoftClip = 0x12345;
+  EXPECT_EQ(XevGetCineInfo(cine, CIS_DngOption2324), 0x2345u);
+  // The DPX byte order reads inverted: bit 0 set is a big-endian file.
+  cine->Saving.DpxFlags = 0x3D;  // big-endian, packing 3, log, LUT
+  for (auto [selector, v] : {std::pair{CIS_DpxLittleEndian, 0u}, {CIS_DpxTo10Bit, 0u},
+                             {CIS_DpxPacking, 3u}, {CIS_DpxLog, 1u}, {CIS_DpxWriteLut, 1u}})
+    EXPECT_EQ(XevGetCineInfo(cine, selector), v) << selector;
+  char names[20][256];
+  std::memset(names, 'x', sizeof names);
+  ASSERT_EQ(XeGetCineInfo(cine, CIS_VideoCompressorNames, names), 0);
+  EXPECT_STREQ(names[0], "none");
+  EXPECT_EQ(names[19][255], 0);
+}
+
+TEST(SelectorsOnFiles, MetadataWhiteBalanceByTheSource) {
+  struct Row {
+    uint16_t compression;
+    uint32_t cfa, metaWB, supports;
+  };
+  // Compression 2 is raw data, 0 processed; processed colour never counts.
+  const Row rows[] = {{2, 1, 1, 1}, {2, 1, 0, 0}, {0, 0, 1, 1}, {0, 1, 1, 0}};
+  for (const Row &r : rows) {
+    fixture::CineBuilder b;
+    b.Compression(r.compression).Image(16, 4, 16);
+    b.setup().SetU32(fixture::setup::kCFA, r.cfa).SetU32(5724, r.metaWB);  // bMetaWB
+    cinetest::Opened o(b.Build());
+    ASSERT_EQ(o.status, 0);
+    EXPECT_EQ(XevGetCineInfo(o.cine, CIS_SupportsMetaWB), r.supports) << r.compression << r.cfa;
+  }
+}
+
+TEST_F(Selectors, RecordsOfACineWithoutCameraComeFromTheSetup) {
+  ::Setup &s = cine->H.Setup;
+  s.TonePoints = 2;
+  s.fTone[1][1] = 0.75f;
+  std::snprintf(s.ToneLabel, sizeof s.ToneLabel, "soft");
+  ToneCurveInfo tone;
+  std::memset(&tone, 0xEE, sizeof tone);
+  cine->ParamsChanged = 0;
+  ASSERT_EQ(XeGetCineInfo(cine, CIS_ToneCurve, &tone), 0);
+  EXPECT_EQ(tone.TonePoints, 2u);
+  EXPECT_EQ(tone.fTone[1][1], 0.75f);
+  EXPECT_STREQ(tone.ToneLabel, "soft");
+  EXPECT_EQ(cine->ParamsChanged, 0u);
+  // A failed camera question leaves the stored value: still the Setup's.
+  s.fGamma = 2.2f;
+  EXPECT_EQ(std::bit_cast<float>(XevGetCineInfo(cine, CIS_fGamma)), 2.2f);
+  EXPECT_EQ(cine->ParamsChanged, 0u);
 }
 
 }  // namespace
