@@ -51,6 +51,7 @@
 #define XE_WARN_NO_IMAGING           2006    /* the imaging plugin is absent */
 #define XE_WARN_NO_ENCODER           2007    /* the MXF encoder (movie plugin) is absent */
 #define XE_WARN_RESAMPLE_REFUSED     2008    /* resampling refused for a size out of bounds */
+#define XE_WARN_CROP_REFUSED         2009    /* cropping refused for a rectangle outside the image */
 #define XE_INFO_SEARCH_AT_END        2010    /* already at the last image in that direction */
 
 /* Codes of the camera layer that the library tests */
