@@ -87,6 +87,38 @@ XEFILE_API int32_t XefSetCineSetup(CineHandle cine, const Setup *setup);
 XEFILE_API int32_t XeGetCineImage(CineHandle cine, ImageRange *range, uint8_t *pixels,
                                   uint32_t bufferSize, ImageHeader *header);
 
+/* ---- Decoded images and depth -----------------------------------------------
+ * The older image calls decode one image far enough to be shown: packed
+ * samples are unpacked to 14-bit linear values, raw mosaics are stretched to
+ * the Setup's levels and interpolated to colour (after the white balance when
+ * it is kept as metadata). They take no buffer size. `pixels` must hold one
+ * image in colour at the sample size it is stored with: the size of a
+ * bitmap of the cine's width and height with biBitCount 48 (16-bit or packed
+ * samples) or 24 (8-bit samples), rows padded to 4 bytes, and of the same
+ * with width and height exchanged (a quarter turn of the adjustments).
+ * XeGetCineBMIH gives that size while the depth was not switched with
+ * XeEnableCine16Bpp, and selector CIS_MaxImageSizeColor bounds it.
+ * An image outside the cine is not an error: the pixels stay as they were.
+ * XeReadCineFileImage and XeReadCineImage answer XE_INFO_NOT_RECORDED (121)
+ * for a camera cine without a camera. */
+/* The image decoded, nothing adjusted. */
+XEFILE_API int32_t XeReadCineFileImage(CineHandle cine, int32_t image, uint8_t *pixels);
+/* The image decoded, then adjusted by the Setup (levels, colour, flips, turn,
+ * filter). 0 whatever the read did, for a cine and pixels that are given. */
+XEFILE_API int32_t XeReadCineProcessedImage(CineHandle cine, int32_t image, uint8_t *pixels);
+/* The image ready to be shown: decoded and adjusted, from the file or from
+ * the camera's memory. `head` names a head of a multi-head camera (0 to 3);
+ * any other value, and any other cine, takes all heads (-1). An image
+ * outside the cine gives the warning XE_WARN_RANGE_EMPTY. */
+XEFILE_API int32_t XeReadCineImage(CineHandle cine, int32_t image, int32_t head, uint8_t *pixels);
+/* Non-zero: images at the camera's own depth (16-bit samples); a file cine
+ * keeps the depth it has. Zero: 8-bit images, on any cine (RealBPP 8). */
+XEFILE_API int32_t XeEnableCine16Bpp(CineHandle cine, uint32_t enable);
+/* Brings the image header in line after the camera's depth changed. */
+XEFILE_API int32_t XefUpdateCineRealBppChanged(CineHandle cine);
+/* 1 if white-balance gains can be kept as metadata, else 0. */
+XEFILE_API int32_t XefSupportsMetaWB(CineHandle cine);
+
 /* ---- Information selectors (CIS_*, xefile_selectors.h) ---------------------
  * A selector that is not listed answers XE_ERR_NOT_SUPPORTED (-2018); a null
  * cine or value XE_ERR_NULL_ARGUMENT. Integer values are written as 32 bits;
@@ -269,6 +301,15 @@ XEFILE_API int32_t XefInitIntAlgoIDs(uint8_t idByPosition[6], uint8_t positionBy
  * 1 view, 2 save, 3 raw. Every creator sets use case 1. */
 XEFILE_API int32_t XeSetUseCase(CineHandle cine, uint32_t useCase);
 XEFILE_API int32_t XeGetUseCase(CineHandle cine, uint32_t *useCase);
+/* The image adjustments of the cine's Setup in the IMPROCOPTIONS form. Setting
+ * them does not rebuild the chain: they take effect at the next rebuild that
+ * another change causes (a selector, a change of use case). Null cine:
+ * XE_ERR_NULL_CINE; null options: XE_ERR_NULL_ARGUMENT. */
+XEFILE_API int32_t XeSetCineProcessing(CineHandle cine, const IMPROCOPTIONS *options);
+/* Fills the record from the Setup (Bright = fOffset * 1000, Contrast and
+ * Saturation from fGain and fSaturation, Hue, Gamma = fGamma, rounded half away
+ * from zero; flips, Rotate, WBView and the filter as they are). Always 0. */
+XEFILE_API int32_t XeGetCineProcessing(CineHandle cine, IMPROCOPTIONS *options);
 
 #ifdef __cplusplus
 }

@@ -18,6 +18,7 @@
 
 #include "companions/int/packing.h"
 #include "frame/file_io.h"
+#include "processing/processing_params.h"
 #include "saving/saving_options.h"
 #include "xefile/xefile.h"
 
@@ -63,13 +64,6 @@ struct SaveControl {
   uint32_t StopRequested;
   uint32_t BackgroundWorker;  // the saving thread of this cine is alive
   void *Worker;               // the saving thread's own state
-};
-
-// The parameters of the processing chain; their meaning belongs to the chain.
-struct ProcessingParams {
-  uint32_t ActiveProcessings[36];
-  void *DemosaicCallback;     // the caller's demosaic function, or null
-  uint32_t Reserved[64];
 };
 
 }  // namespace xe

@@ -9,6 +9,7 @@
 #include "frame/messages.h"
 #include "frame/start.h"
 #include "frame/status.h"
+#include "processing/chain_steps.h"
 
 namespace xe {
 namespace {
@@ -29,6 +30,8 @@ int32_t DuplicateCine(Cine **out, const Cine *src) {
   std::memcpy(static_cast<void *>(copy), src, src->BlockBytes);
   copy->FileHandle = kNoFile;
   copy->ProcessingState = nullptr;
+  // The fused step points into its own record: aim it at the copy's items.
+  AimFusedPointers(copy);
   std::memset(&copy->Save, 0, sizeof copy->Save);
   int32_t status = XE_OK;
   if (src->IsFileCine) Merge(status, XefFileOpenRead(src->OpenedFileName, &copy->FileHandle));

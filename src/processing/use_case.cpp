@@ -3,8 +3,14 @@
 #include "companions/con/log.h"
 #include "companions/con/settings.h"
 #include "frame/status.h"
+#include "processing/chain_steps.h"
 
 namespace xe {
+
+namespace {
+// Room for the report of active steps in the refresh's log line.
+constexpr size_t kReportSize = 2000;
+}  // namespace
 
 const char *AlgoSettingName(const Cine *c, uint32_t useCase) {
   if (useCase == kUseCaseView) return c->CineKind == kLiveCine ? "AlgoLive" : "AlgoView";
@@ -12,8 +18,29 @@ const char *AlgoSettingName(const Cine *c, uint32_t useCase) {
 }
 
 int32_t RefreshCineProcessingParams(Cine *c) {
+  if (!c) return XE_ERR_NULL_ARGUMENT;
+  int32_t status = XE_OK;
+  // Before its first use case a cine has no chain to rebuild.
+  if (c->CineUseCase >= kUseCaseView && c->CineUseCase <= kUseCaseRaw) {
+    status = ApplyActivationRules(c);
+    ProcessingParams &p = c->Processing;
+    // Without a demosaic the mosaic stays gray: no colour step may follow.
+    if (XefIsColorCine(c) && p.demosaic.algo == kAlgoNone)
+      for (uint32_t s : {kStepCompCT, kStepPostInterpWB, kStepSat, kStepHue})
+        p.ActiveProcessings[s] = 0;
+    FuseImProcSteps(c);
+    ChooseScaleStep(c);
+  }
   c->ParamsChanged = 0;
-  return XE_OK;
+  if (LogOn()) {
+    char report[kReportSize];
+    ActiveStepsReport(c, report, sizeof report);
+    con::Debprintf(
+        "\nRefreshCineProcessingParams exits CineNr = %d CN = %d cineUseCase = %d, "
+        "activeProcessings:%s",
+        c->CineNr, c->CN, static_cast<int>(c->CineUseCase), report);
+  }
+  return status;
 }
 
 }  // namespace xe

@@ -19,7 +19,10 @@ constexpr uint32_t kAlgoNone = 6;
 const char *AlgoSettingName(const Cine *c, uint32_t useCase);
 
 // Rebuilds the processing chain of the present use case from the settings and
-// clears ParamsChanged.
+// the working block: the activation rules in chain order, no colour steps
+// after a colour cine's "None" demosaic, the fusing of the adjustments into
+// step 24 and the choice of 30 or 31 for a planned resample. Clears
+// ParamsChanged. XE_ERR_NULL_ARGUMENT for a null cine.
 int32_t RefreshCineProcessingParams(Cine *c);
 
 }  // namespace xe

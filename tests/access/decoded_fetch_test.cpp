@@ -1,0 +1,333 @@
+// The older, decoding fetch paths of file cines, and the depth switches:
+// packed and raw images come back as colour in the caller's buffer, the cine
+// keeps its own header, and nothing is written past the documented room.
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "access/decoded_image.h"
+#include "access/file_image.h"
+#include "cinefile/cine_test_support.h"
+#include "companions/int/packing.h"
+
+using namespace fixture;
+using cinetest::Opened;
+
+namespace {
+
+constexpr uint8_t kUntouched = 0xCD;
+
+// Bytes of one row of `bits` per pixel, padded to whole 32-bit words.
+uint32_t RowBytes(int32_t width, uint32_t bits) { return (width * bits + 31) / 32 * 4; }
+
+// The documented room of the older calls: the colour image at 16 bits a
+// sample, in both orientations.
+uint32_t DocumentedRoom(int32_t w, int32_t h) {
+  return std::max(RowBytes(w, 48) * h, RowBytes(h, 48) * w);
+}
+
+Bytes Flat16(int32_t w, int32_t h, uint16_t v) {
+  Bytes b(RowBytes(w, 16) * h, 0);
+  for (int32_t y = 0; y < h; ++y)
+    for (int32_t x = 0; x < w; ++x) PutU16(b, y * RowBytes(w, 16) + 2 * x, v);
+  return b;
+}
+
+// 10-bit samples as one stream, most significant bit first.
+Bytes Packed10(const std::vector<uint16_t> &samples) {
+  Bytes b((samples.size() * 10 + 7) / 8, 0);
+  size_t bit = 0;
+  for (uint16_t s : samples)
+    for (int i = 9; i >= 0; --i, ++bit)
+      if (s >> i & 1) b[bit / 8] |= static_cast<uint8_t>(0x80 >> (bit % 8));
+  return b;
+}
+
+// Sample c (0 blue, 1 green, 2 red) of pixel (x, y) of a 48-bit image.
+uint16_t At48(const Bytes &px, int32_t w, int32_t x, int32_t y, int c) {
+  return GetU16(px, y * RowBytes(w, 48) + 6 * x + 2 * c);
+}
+
+// Row r of an image whose rows take `row` bytes.
+Bytes RowOf(const Bytes &px, int32_t r, uint32_t row) {
+  return Bytes(px.begin() + r * row, px.begin() + (r + 1) * row);
+}
+
+// Settings under which the adjustments of the Setup change nothing.
+void NeutralAdjustments(SetupBytes &s) {
+  s.SetF32(6012, 1.0f).SetF32(6016, 1.0f).SetF32(6024, 1.0f);  // fGain, fSaturation, fGamma
+  s.SetF32(setup::kWBView, 1.0f).SetF32(setup::kWBView + 4, 1.0f);
+}
+
+// A raw 12-bit colour file of flat mosaic images.
+CineBuilder RawColour(int32_t w, int32_t h, uint16_t level) {
+  CineBuilder b;
+  b.Compression(2).Images(0, 2).Image(w, h, 16, 0, 4096);
+  b.setup().SetU32(setup::kCFA, 3).SetU32(setup::kRealBPP, 12).SetI32(setup::kWhiteLevel, 4095);
+  NeutralAdjustments(b.setup());
+  b.ImagePayload(0, Flat16(w, h, level)).ImagePayload(1, Flat16(w, h, level));
+  return b;
+}
+
+struct CineDeleter {
+  void operator()(Cine *c) const { xe::FreeCine(c); }
+};
+using Record = std::unique_ptr<Cine, CineDeleter>;
+
+// A bare record, as a camera or file cine, for the rules that need no image.
+Record Bare(bool file) {
+  Record c(xe::AllocateCine(0));
+  c->IsFileCine = file ? 1 : 0;
+  c->CN = file ? -1 : 1;
+  c->CineNr = 1;
+  c->BmihOpened = BitmapInfoHeader{40, 8, 4, 1, 16, 0, 64, 0, 0, 0, 4096};
+  c->H.Bmih = c->BmihOpened;
+  c->H.Header.ImageCount = 1;
+  c->H.Setup.RealBPP = 12;
+  return c;
+}
+
+TEST(DecodedFetch, RawColourComesBackAsInterpolatedColour) {
+  struct Case { int32_t black, white; uint32_t metaWB; uint16_t in, blue, green, red; };
+  // Levels stretch the 12-bit range; with the balance kept as metadata the
+  // gains are applied before the interpolation, else left alone.
+  for (Case k : {Case{1000, 3000, 0, 2000, 2048, 2048, 2048},
+                 Case{0, 4095, 1, 1000, 500, 1000, 2000},
+                 Case{0, 4095, 0, 1000, 1000, 1000, 1000}}) {
+    CineBuilder b = RawColour(8, 4, k.in);
+    b.setup().SetI32(setup::kBlackLevel, k.black).SetI32(setup::kWhiteLevel, k.white);
+    b.setup().SetU32(5724, k.metaWB).SetF32(setup::kWBGain, 2.0f).SetF32(setup::kWBGain + 4, 0.5f);
+    Opened o(b.Build());
+    ASSERT_EQ(o.status, 0);
+    const BitmapInfoHeader before = o.cine->H.Bmih;
+    Bytes px(DocumentedRoom(8, 4) + 16, kUntouched);
+    ASSERT_EQ(XeReadCineFileImage(o.cine, 1, px.data()), 0);
+    for (int32_t y = 0; y < 4; ++y)
+      for (int32_t x = 0; x < 8; ++x) {
+        EXPECT_NEAR(At48(px, 8, x, y, 0), k.blue, 1) << x << "," << y;
+        EXPECT_NEAR(At48(px, 8, x, y, 1), k.green, 1) << x << "," << y;
+        EXPECT_NEAR(At48(px, 8, x, y, 2), k.red, 1) << x << "," << y;
+      }
+    EXPECT_EQ(px[RowBytes(8, 48) * 4], kUntouched);
+    // The cine's header is the stored one still: a raw fetch after the decode
+    // reads the stored mosaic.
+    EXPECT_EQ(std::memcmp(&before, &o.cine->H.Bmih, sizeof before), 0);
+    ImageRange r{1, 1};
+    ImageHeader ih;
+    EXPECT_EQ(xe::GetFileImage(o.cine, &r, px.data(), px.size(), &ih), 0);
+    EXPECT_EQ(Bytes(px.begin(), px.begin() + RowBytes(8, 16) * 4), Flat16(8, 4, k.in));
+  }
+}
+
+TEST(DecodedFetch, PackedFileIsLinearisedToFourteenBits) {
+  const int32_t w = 8, h = 2;
+  CineBuilder b;
+  b.Compression(2).Images(0, 1).Image(w, h, 16, 256, 1024);
+  b.setup().SetU32(setup::kCFA, 3).SetU32(setup::kRealBPP, 10).SetI32(setup::kWhiteLevel, 1023)
+      .SetI32(setup::kBlackLevel, 64).SetF32(setup::kWBGain, 1.5f)
+      .SetF32(setup::kWBGain + 4, 1.25f);
+  b.ImagePayload(0, Packed10(std::vector<uint16_t>(w * h, 512)));
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  // The stored image is read by its stored header whatever the cine's says,
+  // and the cine's header outlives the decode.
+  ASSERT_EQ(XeEnableCine16Bpp(o.cine, 0), 0);
+  const BitmapInfoHeader switched = o.cine->H.Bmih;
+  Bytes px(DocumentedRoom(w, h), kUntouched);
+  ASSERT_EQ(XeReadCineFileImage(o.cine, 0, px.data()), 0);
+  EXPECT_EQ(std::memcmp(&switched, &o.cine->H.Bmih, sizeof switched), 0);
+  EXPECT_EQ(o.cine->H.Setup.WhiteLevel, 16383);
+  EXPECT_EQ(o.cine->H.Setup.BlackLevel, 0);
+  EXPECT_EQ(o.cine->PackInfo.CFA, 3u);
+  EXPECT_FLOAT_EQ(o.cine->PackInfo.GainR, 1.5f);
+  EXPECT_FLOAT_EQ(o.cine->PackInfo.GainG, 1.0f);
+  EXPECT_FLOAT_EQ(o.cine->PackInfo.GainB, 1.25f);
+  // No stretch by the old levels: the linear value of the code, in colour.
+  const uint16_t linear = xe::intl::LinearizationTable()[512];
+  for (int c = 0; c < 3; ++c) EXPECT_EQ(At48(px, w, 3, 1, c), linear) << c;
+}
+
+TEST(DecodedFetch, ImagesOutsideTheCineAndCamerasLeaveThePixels) {
+  CineBuilder b = RawColour(8, 4, 100);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  Bytes px(DocumentedRoom(8, 4), kUntouched);
+  EXPECT_EQ(XeReadCineFileImage(o.cine, 2, px.data()), 0);
+  EXPECT_EQ(XeReadCineProcessedImage(o.cine, -1, px.data()), 0);
+  EXPECT_EQ(XeReadCineImage(o.cine, 5, -1, px.data()), XE_WARN_RANGE_EMPTY);
+  EXPECT_EQ(px, Bytes(px.size(), kUntouched));
+
+  EXPECT_EQ(XeReadCineImage(nullptr, 0, -1, px.data()), XE_ERR_NULL_CINE);
+  EXPECT_EQ(XeReadCineProcessedImage(o.cine, 0, nullptr), XE_ERR_NULL_ARGUMENT);
+
+  Record cam = Bare(false);
+  EXPECT_EQ(XeReadCineImage(cam.get(), 0, -1, px.data()), XE_INFO_NOT_RECORDED);
+  EXPECT_EQ(XeReadCineFileImage(cam.get(), 0, px.data()), XE_INFO_NOT_RECORDED);
+  EXPECT_EQ(px, Bytes(px.size(), kUntouched));
+}
+
+TEST(DecodedFetch, ProcessedImagesTakeTheSetupAdjustments) {
+  // A mosaic whose rows differ, flipped vertically by the Setup: the
+  // processed image is the decoded one upside down, and the older fetch
+  // delivers the same.
+  const int32_t w = 6, h = 4;
+  CineBuilder b;
+  b.Compression(2).Images(0, 1).Image(w, h, 16, 0, 4096);
+  b.setup().SetU32(setup::kCFA, 3).SetU32(setup::kRealBPP, 12).SetI32(setup::kWhiteLevel, 4095);
+  NeutralAdjustments(b.setup());
+  b.setup().SetU32(setup::kFlipV, 1);
+  Bytes mosaic(RowBytes(w, 16) * h, 0);
+  for (int32_t y = 0; y < h; ++y)
+    for (int32_t x = 0; x < w; ++x) PutU16(mosaic, y * RowBytes(w, 16) + 2 * x, 400 * (y / 2 + 1));
+  b.ImagePayload(0, mosaic);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  const uint32_t room = DocumentedRoom(w, h), row = RowBytes(w, 48);
+  Bytes decoded(room, 0), processed(room, 0), older(room, 0);
+  ASSERT_EQ(XeReadCineFileImage(o.cine, 0, decoded.data()), 0);
+  ASSERT_EQ(XeReadCineProcessedImage(o.cine, 0, processed.data()), 0);
+  ASSERT_EQ(XeReadCineImage(o.cine, 0, -1, older.data()), 0);
+  for (int32_t y = 0; y < h; ++y) {
+    EXPECT_EQ(RowOf(processed, y, row), RowOf(decoded, h - 1 - y, row)) << y;
+    EXPECT_EQ(RowOf(older, y, row), RowOf(processed, y, row)) << y;
+  }
+  EXPECT_NE(RowOf(decoded, 0, row), RowOf(processed, 0, row));
+}
+
+TEST(DecodedFetch, QuarterTurnStaysInsideTheDocumentedRoom) {
+  // 5 x 3 at 48 bits: the turned rows need more padding than the upright.
+  CineBuilder b = RawColour(5, 3, 700);
+  b.setup().SetI32(setup::kRotate, 90);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  Bytes px(DocumentedRoom(5, 3));  // exact: ASan sees any byte beyond
+  EXPECT_EQ(XeReadCineProcessedImage(o.cine, 0, px.data()), 0);
+  EXPECT_EQ(XeReadCineImage(o.cine, 1, -1, px.data()), 0);
+  EXPECT_EQ(At48(px, 3, 2, 4, 1), 700);
+}
+
+TEST(DecodedFetch, HeadsOfTheOlderFetch) {
+  // A file cine always fetches every head: head 2 gives what -1 gives.
+  CineBuilder b = RawColour(8, 4, 300);
+  b.setup().SetU32(setup::kCameraVersion, 6);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  Bytes a(DocumentedRoom(8, 4), kUntouched), c(DocumentedRoom(8, 4), kUntouched);
+  EXPECT_EQ(XeReadCineImage(o.cine, 0, 2, a.data()), 0);
+  EXPECT_EQ(XeReadCineImage(o.cine, 0, -1, c.data()), 0);
+  EXPECT_EQ(a, c);
+  EXPECT_EQ(xe::OlderFetchHead(o.cine, 2), -1);
+
+  struct Case { bool file; uint32_t version; int32_t head, expected; };
+  for (Case k : {Case{false, 4, 2, -1}, Case{false, 62, 3, 3}, Case{false, 6, 4, -1},
+                 Case{true, 6, 1, -1}}) {
+    Record r = Bare(k.file);
+    r->H.Setup.CameraVersion = k.version;
+    EXPECT_EQ(xe::OlderFetchHead(r.get(), k.head), k.expected) << k.version << " " << k.head;
+  }
+}
+
+TEST(DecodedFetch, CameraTransferWords) {
+  struct Case {
+    uint32_t cfa, version, headMask; int32_t head; uint16_t bits; uint32_t compression;
+    uint32_t savePacked; int16_t fileType; uint32_t word, clrImportant, compressionOut;
+  };
+  const uint32_t grayHead2 = 3 | 0x20000000u;
+  for (Case k : {
+           Case{3, 4, 0, -1, 16, 0, 0, 0, 0x204, 4096, 0},         // colour, 16 bits
+           Case{grayHead2, 6, 1, 2, 8, 0, 0, 0, 0x028, 4096, 0},   // gray head 2 named
+           Case{grayHead2, 6, 1, 1, 8, 0, 0, 0, 0x01C, 4096, 0},   // colour head 1 named
+           Case{grayHead2, 6, 0, 1, 8, 0, 0, 0, 0x004, 4096, 0},   // no head mask
+           Case{0, 4, 0, -1, 16, 256, 0, 0, 0xA00, 16384, 0},      // packed to a raw cine
+           Case{0, 4, 0, -1, 16, 256, 1, -26, 0xC00, 4096, 256},   // kept packed, raw target
+           Case{0, 4, 0, -1, 16, 256, 1, 1, 0x100, 4096, 256},     // kept packed
+       }) {
+    Record r = Bare(false);
+    r->H.Setup.CFA = k.cfa;
+    r->H.Setup.CameraVersion = k.version;
+    r->Saving.HeadMask = k.headMask;
+    r->Saving.SavePacked = k.savePacked;
+    r->Saving.FileType = k.fileType;
+    r->BmihOpened.biBitCount = k.bits;
+    r->BmihOpened.biCompression = k.compression;
+    BitmapInfoHeader t{};
+    EXPECT_EQ(xe::CameraTransferOptions(r.get(), k.head, 0, &t), k.word) << std::hex << k.word;
+    EXPECT_EQ(t.biClrImportant, k.clrImportant) << std::hex << k.word;
+    EXPECT_EQ(t.biCompression, k.compressionOut) << std::hex << k.word;
+  }
+}
+
+TEST(DepthSwitch, SixteenBitsOnFilesAndCameras) {
+  CineBuilder b;
+  b.Images(0, 1).Image(10, 3, 16, 0, 4096);
+  b.setup().SetU32(setup::kRealBPP, 12);
+  Opened o(b.Build());
+  ASSERT_EQ(o.status, 0);
+  const BitmapInfoHeader before = o.cine->H.Bmih;
+  EXPECT_EQ(XeEnableCine16Bpp(o.cine, 1), 0);
+  EXPECT_EQ(o.cine->H.Setup.RealBPP, 12u);
+  EXPECT_EQ(std::memcmp(&before, &o.cine->H.Bmih, sizeof before), 0);
+  o.cine->Saving.Save16Bit = 12;
+  EXPECT_EQ(XeEnableCine16Bpp(o.cine, 0), 0);
+  EXPECT_EQ(o.cine->H.Setup.RealBPP, 8u);
+  EXPECT_EQ(o.cine->H.Bmih.biBitCount, 8);
+  EXPECT_EQ(o.cine->H.Bmih.biClrImportant, 0u);
+  EXPECT_EQ(o.cine->H.Bmih.biSizeImage, 12u * 3);
+  EXPECT_EQ(o.cine->Saving.Save16Bit, 0u);
+  EXPECT_EQ(XeEnableCine16Bpp(nullptr, 0), XE_ERR_NULL_CINE);
+
+  // A camera cine takes the camera's depth: from the camera options for
+  // the live cine, from the stored cine's parameters otherwise (which need a
+  // camera, and without one nothing changes).
+  Record cam = Bare(false);
+  cam->H.Setup.CFA = 3;
+  cam->H.Setup.RealBPP = 8;
+  EXPECT_EQ(XeEnableCine16Bpp(cam.get(), 1), 0);
+  EXPECT_EQ(cam->H.Setup.RealBPP, 16u);
+  EXPECT_EQ(cam->H.Bmih.biBitCount, 48);
+  EXPECT_EQ(cam->H.Bmih.biClrImportant, 65536u);
+  EXPECT_EQ(cam->H.Bmih.biSizeImage, 8u * 6 * 4);
+  EXPECT_EQ(cam->Saving.Save16Bit, 16u);
+  EXPECT_EQ(XeEnableCine16Bpp(cam.get(), 0), 0);
+  EXPECT_EQ(cam->H.Bmih.biBitCount, 24);
+  cam->CineNr = 101;
+  EXPECT_LT(XeEnableCine16Bpp(cam.get(), 1), 0);
+  EXPECT_EQ(cam->H.Setup.RealBPP, 8u);
+}
+
+TEST(DepthSwitch, HeaderAfterTheCameraDepthChanged) {
+  struct Case {
+    uint32_t realBpp; float gainIn; uint16_t bits; uint32_t clr; float gainOut; int32_t white;
+  };
+  for (Case k : {Case{12, 100.0f, 16, 4096, 16.0f, 4095}, Case{8, 3.0f, 8, 256, 1.0f, 255}}) {
+    Record r = Bare(true);
+    r->H.Setup.RealBPP = k.realBpp;
+    r->H.Setup.fGain16_8 = k.gainIn;
+    r->H.Bmih.biCompression = 256;
+    EXPECT_EQ(XefUpdateCineRealBppChanged(r.get()), 0);
+    EXPECT_EQ(r->H.Bmih.biBitCount, k.bits);
+    EXPECT_EQ(r->H.Bmih.biCompression, 0u);
+    EXPECT_EQ(r->H.Bmih.biClrImportant, k.clr);
+    EXPECT_EQ(r->H.Bmih.biSizeImage, RowBytes(8, k.bits) * 4);
+    EXPECT_FLOAT_EQ(r->H.Setup.fGain16_8, k.gainOut);
+    EXPECT_EQ(r->H.Setup.WhiteLevel, k.white);
+    EXPECT_EQ(r->ParamsChanged, 1u);
+  }
+}
+
+TEST(DepthSwitch, WhiteBalanceAsMetadata) {
+  struct Case { bool file; int16_t source; uint32_t cfa, metaWB, firmware; int32_t expected; };
+  for (Case k : {Case{true, 0, 3, 1, 0, 1}, Case{true, 0, 3, 0, 0, 0}, Case{true, 1, 0, 1, 0, 1},
+                 Case{true, 1, 3, 1, 0, 0}, Case{true, 2, 0, 1, 0, 0}, Case{true, 0, 3, 0, 999, 0},
+                 Case{false, 0, 3, 0, 584, 1}, Case{false, 0, 3, 1, 583, 0}}) {
+    Record r = Bare(k.file);
+    r->SourceFileType = k.source;
+    r->H.Setup.CFA = k.cfa;
+    r->H.Setup.bMetaWB = k.metaWB;
+    r->H.Setup.FirmwareVersion = k.firmware;
+    EXPECT_EQ(XefSupportsMetaWB(r.get()), k.expected) << k.file << " " << k.source << " " << k.cfa;
+  }
+  EXPECT_EQ(XefSupportsMetaWB(nullptr), 0);
+}
+
+}  // namespace

@@ -1,0 +1,379 @@
+// Use cases and the chain they build: which steps a refresh switches on for
+// a kind of cine and target, the parameters it hands the steps, the header
+// the chain produces, and the older IMPROCOPTIONS interface.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <initializer_list>
+#include <set>
+#include <string>
+
+#include "frame/cine.h"
+#include "processing/chain_steps.h"
+#include "processing/use_case.h"
+#include "xefile/xefile.h"
+
+using namespace xe;
+
+namespace {
+
+constexpr uint32_t kW = 64, kH = 32;
+
+// The kinds of cine the rules tell apart.
+enum Kind { kCameraGray, kFileGray, kFileRawColor };
+
+// A 16-bit cine in memory, shaped as `kind`, in `useCase` with the working
+// words of that use case at their start values (word 0 set to `algo`).
+class Chain : public testing::Test {
+ protected:
+  void TearDown() override { XeDestroyCine(c); }
+
+  void Make(Kind kind) {
+    ASSERT_EQ(XefNewCine(&c, kW, kH, 16, 0, 2), 0);
+    c->IsFileCine = kind != kCameraGray;
+    c->SourceFileType = kSourceRawCine;
+    c->H.Setup.CFA = kind == kFileRawColor ? 3 : 0;
+  }
+  // Enters the use case afresh and refreshes with `words` (index, value).
+  void Enter(uint32_t useCase, uint32_t algo = 4,
+             std::initializer_list<std::pair<uint32_t, uint32_t>> words = {}) {
+    c->CineUseCase = 0;
+    ASSERT_EQ(XeSetUseCase(c, useCase), 0);
+    c->ProcessingState[kWordAlgo] = algo;
+    for (auto [i, v] : words) c->ProcessingState[i] = v;
+    ASSERT_EQ(RefreshCineProcessingParams(c), 0);
+  }
+  std::set<uint32_t> Active() const {
+    std::set<uint32_t> on;
+    for (uint32_t s = 0; s < kStepCount; ++s)
+      if (c->Processing.ActiveProcessings[s]) on.insert(s);
+    return on;
+  }
+  CineHandle c = nullptr;
+};
+
+TEST(ChainOrder, EveryStepHasOnePlaceAndAName) {
+  std::set<uint32_t> seen(kChainOrder.begin(), kChainOrder.end());
+  EXPECT_EQ(seen.size(), kStepCount);
+  for (uint32_t place = 0; place < kStepCount; ++place)
+    EXPECT_EQ(StepPlace(kChainOrder[place]), place);
+  EXPECT_STREQ(StepName(kStepImProcFused), "IMPROCBCGSHFRF");
+  EXPECT_STREQ(StepName(kStepPreSaveAdjustFormat), "PRESAVEADJUSTFORMAT");
+  EXPECT_STREQ(StepName(36), "");
+  // Downscaling before the adjustments, upscaling after them.
+  EXPECT_LT(StepPlace(kStepDownsample), StepPlace(kStepBright));
+  EXPECT_GT(StepPlace(kStepUpsample), StepPlace(kStepImProcFused));
+}
+
+// The complete set of active steps after a refresh, per kind of cine, use
+// case, working words and target.
+TEST_F(Chain, ActivationByUseCase) {
+  struct Row {
+    const char *what;
+    Kind kind;
+    uint32_t useCase;
+    uint32_t algo;
+    std::initializer_list<std::pair<uint32_t, uint32_t>> words;
+    int16_t fileType;
+    void (*tweak)(Cine *);
+    std::set<uint32_t> active;
+  };
+  auto none = [](Cine *) {};
+  const Row rows[] = {
+      // The adjustments fuse into 24; a gray cine has no saturation or hue,
+      // and a file that is not packed is not repaired.
+      {"gray file, view", kFileGray, 1, 4, {}, 0, none, {10, 24, 32}},
+      {"raw colour file, view", kFileRawColor, 1, 4, {}, 0, none, {10, 13, 14, 15, 24, 32}},
+      {"raw colour file, view, metadata white balance", kFileRawColor, 1, 4, {}, 0,
+       [](Cine *k) { k->H.Setup.bMetaWB = 1; }, {10, 12, 13, 14, 15, 24, 32}},
+      // RawImage: no fused step and no demosaic.
+      {"raw colour file, view, RawImage", kFileRawColor, 1, 4, {{6, 1}}, 0, none, {10, 32}},
+      // The "None" demosaic leaves a gray mosaic: no colour step runs.
+      {"raw colour file, view, id 6", kFileRawColor, 1, kAlgoNone, {}, 0, none, {10, 24, 32}},
+      // "Fastest" runs without cross-talk compensation.
+      {"raw colour file, view, Fastest", kFileRawColor, 1, 1, {}, 0, none, {10, 14, 15, 24, 32}},
+      {"gray file, view, no VFlipView", kFileGray, 1, 4, {{3, 0}}, 0, none, {10, 24}},
+      // A camera cine gets the sensor steps; the repair fills the flaw cache.
+      {"camera gray, view", kCameraGray, 1, 4, {}, 0, none, {1, 3, 4, 5, 6, 7, 8, 10, 24, 32, 34}},
+      {"camera gray, view, NoCalibration, no repair", kCameraGray, 1, 4, {{5, 1}, {7, 0}}, 0, none,
+       {1, 5, 8, 10, 24, 32, 34}},
+      {"camera gray, view, SeparateChannels", kCameraGray, 1, 4, {{4, 1}}, 0, none,
+       {1, 3, 4, 5, 6, 7, 8, 10, 24, 32, 33, 34}},
+      // A save to a raw cine (target B) keeps the image as it is.
+      {"raw colour file, save to raw cine", kFileRawColor, 2, 4, {}, 0,
+       [](Cine *k) { k->H.Setup.EnableCrop = k->H.Setup.EnableResample = 1; }, {}},
+      {"raw colour file, save to 8-bit files", kFileRawColor, 2, 4, {}, -3, none,
+       {10, 11, 12, 13, 14, 15, 24}},
+      {"raw colour file, save to a 16-bit colour cine", kFileRawColor, 2, 4, {}, 1,
+       [](Cine *k) { k->Saving.Save16Bit = 1; }, {10, 12, 13, 14, 15, 24}},
+      {"gray file, save to a gray cine (target B)", kFileGray, 2, 4, {}, 1, none, {10}},
+      {"camera gray, save, old model", kCameraGray, 2, 4, {}, 0,
+       [](Cine *k) { k->H.Setup.CameraVersion = 5; }, {0, 1, 3, 4, 5, 6, 7, 8, 27}},
+      {"camera gray, save, RawImage with stamps", kCameraGray, 2, 4, {{4, 1}}, -3,
+       [](Cine *k) { k->Saving.StampTime = 1; }, {1, 3, 4, 5, 6, 7, 8, 10}},
+      {"camera gray, save, time stamp", kCameraGray, 2, 4, {}, -3,
+       [](Cine *k) { k->Saving.StampTime = 1; }, {1, 3, 4, 5, 6, 7, 8, 10, 11, 24, 25}},
+      {"raw colour file, raw use case", kFileRawColor, 3, 4, {}, 0, none, {10}},
+      {"camera gray, raw use case", kCameraGray, 3, 4, {}, 0, none, {1, 3, 4, 5, 6, 7, 8, 10}},
+  };
+  for (const Row &r : rows) {
+    SCOPED_TRACE(r.what);
+    XeDestroyCine(c);
+    Make(r.kind);
+    c->Saving.FileType = r.fileType;
+    c->H.Setup.CameraVersion = 7;
+    r.tweak(c);
+    Enter(r.useCase, r.algo, r.words);
+    EXPECT_EQ(Active(), r.active);
+  }
+}
+
+TEST_F(Chain, UseCaseZeroLeavesTheStepsAsTheyWere) {
+  Make(kFileRawColor);
+  c->CineUseCase = 0;
+  c->ParamsChanged = 1;
+  c->Processing.demosaic.algo = kAlgoNone;
+  std::memset(c->Processing.ActiveProcessings, 0, sizeof c->Processing.ActiveProcessings);
+  // Neither switched off as colour steps, nor fused, nor chosen for scaling.
+  const std::set<uint32_t> kept = {kStepCalib, kStepCompCT, kStepBright, kStepResample};
+  for (uint32_t s : kept) c->Processing.ActiveProcessings[s] = 1;
+  EXPECT_EQ(RefreshCineProcessingParams(c), 0);
+  EXPECT_EQ(Active(), kept);
+  EXPECT_EQ(c->ParamsChanged, 0u);
+}
+
+TEST_F(Chain, SetUseCaseRefreshesOnlyOnAChange) {
+  Make(kFileGray);
+  uint32_t id = 0;
+  // The id in force: no refresh, even with a rebuild pending.
+  c->ParamsChanged = 1;
+  EXPECT_EQ(XeSetUseCase(c, 1), 0);
+  EXPECT_EQ(c->ParamsChanged, 1u);
+  // An unknown id keeps the use case but refreshes.
+  EXPECT_EQ(XeSetUseCase(c, 7), 0);
+  EXPECT_EQ(c->ParamsChanged, 0u);
+  EXPECT_EQ(XeGetUseCase(c, &id), 0);
+  EXPECT_EQ(id, 1u);
+  EXPECT_EQ(XeGetUseCase(c, nullptr), 0);
+  EXPECT_EQ(XeSetUseCase(nullptr, 1), XE_ERR_NULL_ARGUMENT);
+}
+
+// The parameters a refresh hands the steps.
+TEST_F(Chain, ParametersOfActiveSteps) {
+  Make(kFileRawColor);
+  ::Setup &s = c->H.Setup;
+  s.WBView = {1.5f, 0.75f};
+  s.fOffset = 0.25f;
+  s.fGamma = 2.0f;
+  s.Rotate = 90;
+  Enter(1, 4);
+  const ProcessingParams &p = c->Processing;
+  EXPECT_EQ(p.demosaic.algo, 4u | 0x100u);
+  EXPECT_EQ(p.demosaic.CFA, 3u);
+  EXPECT_FLOAT_EQ(p.postWB.R, 1.5f);
+  EXPECT_FLOAT_EQ(p.postWB.B, 0.75f);
+  // The fused step reads the items of 16 to 23 through its pointers.
+  ASSERT_NE(p.fused.bright, nullptr);
+  EXPECT_FLOAT_EQ(*p.fused.bright, 0.25f);
+  EXPECT_FLOAT_EQ(*p.fused.gamma, 2.0f);
+  EXPECT_EQ(*p.fused.angle, 90);
+  EXPECT_EQ(c->PackInfo.CFA, 3u);
+
+  // id 6 is visible to the refresh although the demosaic is off.
+  Enter(1, kAlgoNone);
+  EXPECT_EQ(p.demosaic.algo, kAlgoNone);
+
+  // A packed camera cine: unpacked to 14 bits, and aligned from there.
+  XeDestroyCine(c);
+  Make(kCameraGray);
+  c->H.Bmih.biCompression = 256;
+  c->CineNr = 101;
+  Enter(1, 4);
+  EXPECT_TRUE(StepActive(c, kStepUnpack));
+  EXPECT_EQ(c->Processing.unpackedBitDepth, 14u);
+  EXPECT_EQ(c->Processing.BufferState, 2u);
+  EXPECT_EQ(c->Processing.align.srcBitsPerSample, 14);
+  EXPECT_EQ(c->Processing.align.destBitsPerSample, 14u);
+}
+
+// A planned resample becomes a downsample unless the target is strictly
+// larger; an upsample after a quarter turn scales to the turned size.
+TEST_F(Chain, ResampleChoosesDownOrUp) {
+  struct Row {
+    uint32_t w, h;
+    int32_t rotate;
+    uint32_t step;
+    uint32_t outW, outH;
+  };
+  const Row rows[] = {
+      {kW, kH, 0, kStepDownsample, kW, kH},
+      {32, 16, 0, kStepDownsample, 32, 16},
+      {128, 64, 0, kStepUpsample, 128, 64},
+      {128, 64, 90, kStepUpsample, 64, 128},
+      {32, 16, 90, kStepDownsample, 32, 16},
+  };
+  Make(kFileGray);
+  for (const Row &r : rows) {
+    SCOPED_TRACE(testing::Message() << r.w << "x" << r.h << " rotate " << r.rotate);
+    ::Setup &s = c->H.Setup;
+    s.EnableResample = 1;
+    s.ResampleWidth = r.w;
+    s.ResampleHeight = r.h;
+    s.Rotate = r.rotate;
+    Enter(1);
+    const uint32_t other = r.step == kStepUpsample ? kStepDownsample : kStepUpsample;
+    EXPECT_TRUE(StepActive(c, r.step));
+    EXPECT_FALSE(StepActive(c, other));
+    EXPECT_FALSE(StepActive(c, kStepResample));
+    const ScaleParams &out =
+        r.step == kStepUpsample ? c->Processing.upsample : c->Processing.downsample;
+    EXPECT_EQ(out.widthOut, r.outW);
+    EXPECT_EQ(out.heightOut, r.outH);
+    EXPECT_EQ(out.kernelSize, 5u);
+  }
+}
+
+// A save does not copy the wanted size: it uses what the view left behind.
+TEST_F(Chain, SaveKeepsTheSizeOfTheLastView) {
+  Make(kFileRawColor);
+  ::Setup &s = c->H.Setup;
+  s.EnableResample = 1;
+  s.ResampleWidth = 32;
+  s.ResampleHeight = 16;
+  Enter(1);
+  s.ResampleWidth = 48;
+  c->Saving.FileType = -3;
+  Enter(2);
+  EXPECT_TRUE(StepActive(c, kStepDownsample));
+  EXPECT_EQ(c->Processing.downsample.widthOut, 32u);
+}
+
+// The header the chain delivers, and the header ahead of a step.
+TEST_F(Chain, HeaderWalk) {
+  struct Row {
+    const char *what;
+    Kind kind;
+    uint32_t useCase;
+    int16_t fileType;
+    bool crop;
+    int32_t w, h;
+    uint16_t bits;
+  };
+  const Row rows[] = {
+      {"demosaic triples the bit count", kFileRawColor, 1, 0, false, kW, kH, 48},
+      {"crop gives R-L+1 x B-T+1", kFileRawColor, 1, 0, true, 32, 16, 48},
+      {"gray view keeps 16 bits", kFileGray, 1, 0, false, kW, kH, 16},
+      {"TO8BPS to 24 bits", kFileRawColor, 2, -3, false, kW, kH, 24},
+      {"TO8BPS to 8 bits", kFileGray, 2, -3, false, kW, kH, 8},
+  };
+  for (const Row &r : rows) {
+    SCOPED_TRACE(r.what);
+    XeDestroyCine(c);
+    Make(r.kind);
+    c->H.Setup.EnableCrop = r.crop;
+    c->H.Setup.CropRect = {2, 1, 33, 16};
+    Enter(1);  // the crop rectangle comes with the view
+    c->Saving.FileType = r.fileType;
+    if (r.useCase != 1) Enter(r.useCase);
+    ImageHeader h;
+    ProcessedHeaderOf(c, &h);
+    EXPECT_EQ(h.biSize, 48u);
+    EXPECT_EQ(h.biWidth, r.w);
+    EXPECT_EQ(h.biHeight, r.h);
+    EXPECT_EQ(h.biBitCount, r.bits);
+    BitmapInfoHeader b;
+    std::memcpy(&b, &h, sizeof b);
+    EXPECT_EQ(h.biSizeImage, static_cast<uint32_t>(r.w) * r.h * (r.bits / 8));
+    if (r.bits == 8 || r.bits == 24) {
+      EXPECT_EQ(h.biClrImportant, 0u);
+    }
+  }
+  // Ahead of the demosaic the mosaic is still 16 bits.
+  ImageHeader h;
+  XeDestroyCine(c);
+  Make(kFileRawColor);
+  Enter(1);
+  HeaderBeforeStep(c, kStepDemosaic, &h);
+  EXPECT_EQ(h.biBitCount, 16);
+  // TOMAXLEV stretches to the full range of the depth in use.
+  EXPECT_EQ(h.BlackLevel, 0);
+  EXPECT_EQ(h.WhiteLevel, 65535);
+}
+
+TEST_F(Chain, ReportOfActiveSteps) {
+  Make(kFileGray);
+  Enter(1);
+  char longForm[kLongReportMin];
+  ActiveStepsReport(c, longForm, sizeof longForm);
+  const std::string text = longForm;
+  EXPECT_EQ(text.rfind("\nTOMAXLEV,\nIMPROCBCGSHFRF(", 0), 0u) << text;
+  EXPECT_NE(text.find("(0, 0), 0, (0, 0)),\nVFLIPVIEW"), std::string::npos) << text;
+  EXPECT_EQ(text.substr(text.size() - 10), "\nVFLIPVIEW");
+
+  char shortForm[kLongReportMin - 1];
+  ActiveStepsReport(c, shortForm, sizeof shortForm);
+  EXPECT_STREQ(shortForm, "{TOMAXLEV, IMPROCBCGSHFRF, VFLIPVIEW}");
+  char tiny[6];
+  ActiveStepsShortReport(c, tiny, sizeof tiny);
+  EXPECT_STREQ(tiny, "{TOMA");
+}
+
+// The older adjustment record: set into the Setup, read back through the
+// float fields, with the rounding of the conversions.
+TEST_F(Chain, ImProcOptionsThroughTheSetup) {
+  Make(kFileRawColor);
+  IMPROCOPTIONS in{};
+  in.Bright = 100;
+  in.Contrast = -50;
+  in.Gamma = 2.2f;
+  in.Saturation = 30;
+  in.FlipH = 1;
+  in.Rotate = -90;
+  in.WBRed = 1.25f;
+  in.WBBlue = 0.5f;
+  in.FilterCode = 5;
+  in.FilterParam = 120;
+  in.UserFilter.dim = 3;
+  in.UserFilter.shifts = 4;
+  in.UserFilter.Coef[1][1] = 16;
+  in.Hue = -20;
+  c->ParamsChanged = 0;
+  EXPECT_EQ(XeSetCineProcessing(c, &in), 0);
+  EXPECT_EQ(c->ParamsChanged, 0u);  // the next rebuild picks them up
+  EXPECT_EQ(c->H.Setup.Gamma, 220);
+  IMPROCOPTIONS out;
+  std::memset(&out, 0xAB, sizeof out);
+  EXPECT_EQ(XeGetCineProcessing(c, &out), 0);
+  EXPECT_EQ(std::memcmp(&out, &in, sizeof in), 0);
+
+  struct Row {
+    float fOffset, fGain, fSaturation, fHue;
+    int32_t bright, contrast, saturation, hue;
+  };
+  const Row rows[] = {
+      {0.0f, 1.0f, 1.0f, 0.0f, 0, 0, 0, 0},
+      {0.25f, 0.55f, 0.5f, 2.5f, 250, -50, -50, 3},
+      {-0.25f, 1.9f, 1.25f, -2.5f, -250, 10, 25, -3},
+      {0.0f, 0.5f, 0.0f, 0.4f, 0, -56, -100, 0},
+  };
+  for (const Row &r : rows) {
+    SCOPED_TRACE(testing::Message() << r.fOffset << " " << r.fGain << " " << r.fSaturation
+                                    << " " << r.fHue);
+    ::Setup &s = c->H.Setup;
+    s.fOffset = r.fOffset;
+    s.fGain = r.fGain;
+    s.fSaturation = r.fSaturation;
+    s.fHue = r.fHue;
+    EXPECT_EQ(XeGetCineProcessing(c, &out), 0);
+    EXPECT_EQ(out.Bright, r.bright);
+    EXPECT_EQ(out.Contrast, r.contrast);
+    EXPECT_EQ(out.Saturation, r.saturation);
+    EXPECT_EQ(out.Hue, r.hue);
+  }
+  EXPECT_EQ(XeSetCineProcessing(nullptr, &in), XE_ERR_NULL_CINE);
+  EXPECT_EQ(XeSetCineProcessing(c, nullptr), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(XeGetCineProcessing(nullptr, &out), 0);
+  EXPECT_EQ(XeGetCineProcessing(c, nullptr), 0);
+}
+
+}  // namespace
