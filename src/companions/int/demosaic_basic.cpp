@@ -133,16 +133,30 @@ template <typename T, int S, int O>
   }
 }
 
+// Scratch of a band of rows: the site masks of both column parities and
+// three channel rows.
+struct BandScratch {
+  explicit BandScratch(uint32_t w) : buf(5 * static_cast<size_t>(w)) {
+    mask[0] = buf.data();
+    mask[1] = mask[0] + w;
+    cs = mask[1] + w;
+    cg = cs + w;
+    co = cg + w;
+    for (uint32_t x = 0; x < w; ++x) {
+      mask[0][x] = (x & 1u) == 0 ? 0xFFFFu : 0;
+      mask[1][x] = (x & 1u) == 1 ? 0xFFFFu : 0;
+    }
+  }
+  std::vector<uint16_t> buf;
+  uint16_t *mask[2];
+  uint16_t *cs, *cg, *co;
+};
+
 template <typename T>
 [[gnu::always_inline]] inline void FastRows(const Bayer &b, uint32_t begin, uint32_t end, const ImageView &out) {
-  // Scratch of the band: the site masks of both parities, three channel rows.
-  std::vector<uint16_t> scratch(5 * static_cast<size_t>(b.w));
-  uint16_t *mask[2] = {scratch.data(), scratch.data() + b.w};
-  uint16_t *cs = mask[1] + b.w, *cg = cs + b.w, *co = cg + b.w;
-  for (uint32_t x = 0; x < b.w; ++x) {
-    mask[0][x] = (x & 1u) == 0 ? 0xFFFFu : 0;
-    mask[1][x] = (x & 1u) == 1 ? 0xFFFFu : 0;
-  }
+  BandScratch scratch(b.w);
+  uint16_t *const *mask = scratch.mask;
+  uint16_t *cs = scratch.cs, *cg = scratch.cg, *co = scratch.co;
   for (uint32_t r = begin; r < end; ++r) {
     uint32_t py = r + kPad;
     // x = 0 sits at even padded x: the sites' parity is the parity of x.
@@ -182,13 +196,9 @@ template <typename T, int S, int O>
 template <typename T>
 [[gnu::always_inline]] inline void WindowBayerRows(const Bayer &b, uint32_t begin, uint32_t end,
                                                    const ImageView &out) {
-  std::vector<uint16_t> scratch(5 * static_cast<size_t>(b.w));
-  uint16_t *mask[2] = {scratch.data(), scratch.data() + b.w};
-  uint16_t *cs = mask[1] + b.w, *cg = cs + b.w, *co = cg + b.w;
-  for (uint32_t x = 0; x < b.w; ++x) {
-    mask[0][x] = (x & 1u) == 0 ? 0xFFFFu : 0;
-    mask[1][x] = (x & 1u) == 1 ? 0xFFFFu : 0;
-  }
+  BandScratch scratch(b.w);
+  uint16_t *const *mask = scratch.mask;
+  uint16_t *cs = scratch.cs, *cg = scratch.cg, *co = scratch.co;
   for (uint32_t r = begin; r < end; ++r) {
     uint32_t py = r + kPad;
     const uint16_t *c = b.ImageRow(r), *d = c + b.pw;
