@@ -310,6 +310,15 @@ XEFILE_API int32_t XeSetCineProcessing(CineHandle cine, const IMPROCOPTIONS *opt
  * Saturation from fGain and fSaturation, Hue, Gamma = fGamma, rounded half away
  * from zero; flips, Rotate, WBView and the filter as they are). Always 0. */
 XEFILE_API int32_t XeGetCineProcessing(CineHandle cine, IMPROCOPTIONS *options);
+/* The header of the images as the chain of the present use case delivers
+ * them (XeGetCineImage): the cine's header through every active step, with
+ * biSize 40. Null cine: XE_ERR_NULL_CINE; null header: XE_ERR_NULL_ARGUMENT. */
+XEFILE_API int32_t XeGetCineProcessedBMIH(CineHandle cine, BitmapInfoHeader *out);
+/* Applies the adjustments of `options` to an image the caller holds (8, 16,
+ * 24 or 48 bits, rows bottom-up), in place. A quarter turn exchanges width
+ * and height in `header`; `pixels` must then hold the turned image. */
+XEFILE_API int32_t XeCineImProc(CineHandle cine, BitmapInfoHeader *header, uint8_t *pixels,
+                                IMPROCOPTIONS *options);
 
 #ifdef __cplusplus
 }

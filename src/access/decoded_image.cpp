@@ -12,14 +12,13 @@
 #include "companions/int/mosaic.h"
 #include "companions/int/packing.h"
 #include "frame/status.h"
+#include "processing/process_cine.h"
 
 namespace xe {
 namespace {
 
 // Linearised packed samples run from 0 to this level.
 constexpr int32_t kLinearWhite = static_cast<int32_t>(intl::kLinearLevels) - 1;
-// A Setup this long holds the acquired image size of a stamped file.
-constexpr uint16_t kLengthWithAcqSize = 1592;
 
 bool InStoredRange(const Cine *c, int32_t image) {
   const CineFileHeader &h = c->H.Header;
@@ -27,13 +26,6 @@ bool InStoredRange(const Cine *c, int32_t image) {
   return index >= 0 && index < static_cast<int64_t>(h.ImageCount);
 }
 
-// A file whose images carry a side-stamp frame: the stored size differs from
-// the acquired one. (The stamping code will own this test.)
-bool IsSideStampedFile(const Cine *c) {
-  const Setup &s = c->H.Setup;
-  return c->IsFileCine && s.Length >= kLengthWithAcqSize &&
-         (s.ImWidth != s.ImWidthAcq || s.ImHeight != s.ImHeightAcq);
-}
 
 uint64_t Rows(const BitmapInfoHeader &h) { return static_cast<uint64_t>(std::llabs(h.biHeight)); }
 
@@ -165,8 +157,6 @@ extern "C" XEFILE_API int32_t XeReadCineProcessedImage(CineHandle cine, int32_t 
   if (ReadCineFileImage(cine, image, pixels, &h, &read) < 0 || !read) return status;
   IMPROCOPTIONS options;
   intl::XeSetImProcOptions(&options, &cine->H.Setup);
-  // The adjustments of the Setup. The chain's XeCineImProc, which also keeps
-  // the frame of side-stamped files, takes this place when it exists.
-  intl::XeImProc(&h, pixels, &options);
+  XeCineImProc(cine, &h, pixels, &options);
   return status;
 }

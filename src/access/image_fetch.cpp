@@ -13,23 +13,13 @@
 
 namespace xe {
 
-uint32_t MaxDeliveredImageSize(const Cine *c) {
-  // The largest image any step can make of a stored one is its colour form
-  // at the container depth: 48 bits for samples above 8 bits or packed, 24
-  // otherwise.
-  BitmapInfoHeader b = c->H.Bmih;
-  bool deep = intl::XefIs16BitDIB(&b) || intl::XefIsPacked(&b) || c->H.Setup.RealBPP > 8;
-  b.biBitCount = deep ? 48 : 24;
-  b.biCompression = 0;
-  uint32_t colour = intl::XefPixarSize(&b);
-  uint32_t stored = intl::XefPixarSize(&c->H.Bmih);
-  return colour > stored ? colour : stored;
-}
-
 int32_t GetCineRawImage(Cine *c, const ImageRange *range, uint8_t *pixels, uint32_t size,
                         ImageHeader *header) {
+  // Room for every image of the range as the chain may leave it.
   uint64_t count = range ? range->Cnt : 1;
-  if (static_cast<uint64_t>(MaxDeliveredImageSize(c)) * count > size) return XE_ERR_BUFFER_TOO_SMALL;
+  uint32_t bound = 0;
+  MaxImageSizeColor(c, &bound);
+  if (static_cast<uint64_t>(bound) * count > size) return XE_ERR_BUFFER_TOO_SMALL;
   if (!c->IsFileCine) {
     // Images of a camera cine come from the camera's memory; without a
     // camera there is no recorded image to be had.

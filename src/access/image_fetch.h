@@ -7,12 +7,9 @@
 
 namespace xe {
 
-// The bound of one delivered image used before any read: the image in its
-// colour form at the container depth (never less than the stored image).
-uint32_t MaxDeliveredImageSize(const Cine *c);
-
 // The images of `range` as stored. XE_ERR_BUFFER_TOO_SMALL, with nothing
-// read, when `size` cannot hold `range` images of MaxDeliveredImageSize.
+// read, when `size` cannot hold `range` images of MaxImageSizeColor (selector
+// CIS_MaxImageSizeColor): room for whatever the chain makes of them.
 int32_t GetCineRawImage(Cine *c, const ImageRange *range, uint8_t *pixels, uint32_t size,
                         ImageHeader *header);
 

@@ -70,9 +70,7 @@ int32_t ProcessOlderImage(Cine *c, uint32_t options, BitmapInfoHeader *h, uint8_
   const Setup &s = c->H.Setup;
   IMPROCOPTIONS o;
   int32_t status = intl::XeSetImProcOptions(&o, &s);
-  // The chain's XeCineImProc, which also keeps the frame of side-stamped
-  // files, takes this place when it exists.
-  Merge(status, intl::XeImProc(h, pixels, &o));
+  Merge(status, XeCineImProc(c, h, pixels, &o));
   if (s.RealBPP > 8 && (options & kOlderReduceTo8)) {
     const int32_t levels[2] = {static_cast<int32_t>(s.Conv8Min), static_cast<int32_t>(s.Conv8Max)};
     intl::XefReduceDIB16To8(h, levels, reinterpret_cast<const uint16_t *>(pixels), pixels);

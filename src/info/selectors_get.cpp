@@ -7,6 +7,9 @@
 #include "frame/cine.h"
 #include "frame/status.h"
 #include "info/selectors.h"
+#include "processing/chain_steps.h"
+#include "processing/process_cine.h"
+#include "processing/use_case.h"
 
 namespace xe {
 namespace {
@@ -131,14 +134,33 @@ bool RecordAddress(Cine *c, uint32_t sel, void *value) {
   }
 }
 
+// The bounds and the header of processed images, from the chain's header walk.
+bool ChainSizes(Cine *c, uint32_t sel, void *value) {
+  switch (sel) {
+    case CIS_MaxImageSizeColor:
+    case CIS_MaxImageSize: {
+      uint32_t size = 0;
+      PutU32(value, 0);
+      if (sel == CIS_MaxImageSize) MaxImageSize(c, &size);
+      else MaxImageSizeColor(c, &size);
+      PutU32(value, size);
+      return true;
+    }
+    case CIS_ProcessedHeader: {
+      if (c->ParamsChanged) RefreshCineProcessingParams(c);
+      ImageHeader h;
+      ProcessedHeaderOf(c, &h);
+      std::memcpy(value, &h, sizeof h);
+      return true;
+    }
+    default: return false;
+  }
+}
+
 }  // namespace
 
 int32_t GetCineInfo(Cine *c, uint32_t selector, void *value) {
-  // CIS_MaxImageSizeColor (400), CIS_ProcessedHeader (1023) and
-  // CIS_MaxImageSize (1024) are answered from the processing chain's header
-  // walk and size bounds; they come with the chain and answer
-  // XE_ERR_NOT_SUPPORTED until then.
-  if (RecordingFact(c, selector, value) || ProfileAndLens(c, selector, value) ||
+  if (ChainSizes(c, selector, value) || RecordingFact(c, selector, value) || ProfileAndLens(c, selector, value) ||
       RecordAddress(c, selector, value) || GetProcessingInfo(c, selector, value) ||
       GetSaveInfo(c, selector, value))
     return XE_OK;

@@ -430,6 +430,8 @@ void AddDetail(Text &t, const ProcessingParams &p, uint32_t step) {
 
 const std::array<uint32_t, kStepCount> kChainOrder = MakeOrder();
 
+bool CameraSamplesLeftAligned(int32_t cn) { return CameraPixelLeftAligned(cn); }
+
 const char *StepName(uint32_t step) { return step < kStepCount ? kSteps[kPlaces[step]].name : ""; }
 
 uint32_t StepPlace(uint32_t step) { return step < kStepCount ? kPlaces[step] : kStepCount; }

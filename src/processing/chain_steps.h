@@ -64,6 +64,9 @@ const char *StepName(uint32_t step);
 // The step's place in kChainOrder; kStepCount for a number above 35.
 uint32_t StepPlace(uint32_t step);
 bool StepActive(const Cine *c, uint32_t step);
+// Whether the camera of `cn` delivers its samples aligned to the top bit of
+// a 16-bit word (the alignment step shifts them only then).
+bool CameraSamplesLeftAligned(int32_t cn);
 
 // The meanings of the working-block words (ProcessingState) per use case.
 struct UseCaseWords {

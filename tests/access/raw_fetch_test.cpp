@@ -1,7 +1,9 @@
 // Raw fetches from cine files: the stored bytes, straight into the caller's
-// buffer, for every storage form; and the bounds around them.
+// buffer, for every storage form; and the bounds around them. The fetch is
+// taken ahead of the processing chain, which XeGetCineImage runs after it.
 #include <cstring>
 
+#include "access/image_fetch.h"
 #include "cinefile/cine_test_support.h"
 
 using namespace fixture;
@@ -21,7 +23,7 @@ Fetch FetchImages(CineHandle c, int32_t first, uint32_t count, uint32_t bufferSi
   Fetch f{};
   f.pixels.assign(bufferSize, kUntouched);
   ImageRange r{first, count};
-  f.status = XeGetCineImage(c, &r, f.pixels.data(), bufferSize, &f.header);
+  f.status = xe::GetCineRawImage(c, &r, f.pixels.data(), bufferSize, &f.header);
   return f;
 }
 

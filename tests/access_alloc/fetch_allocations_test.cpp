@@ -1,9 +1,10 @@
-// A fetch of many images takes no memory from the heap: every image is read
-// straight into the caller's buffer. This program is linked with malloc,
+// A raw fetch of many images takes no memory from the heap: every image is
+// read straight into the caller's buffer. This program is linked with malloc,
 // calloc and realloc wrapped, so that it can count the calls.
 #include <atomic>
 #include <cstdlib>
 
+#include "access/image_fetch.h"
 #include "cinefile/cine_test_support.h"
 
 extern "C" {
@@ -41,9 +42,16 @@ TEST(FetchAllocations, ManyImagesTakeNoHeapMemory) {
   ImageHeader h{};
   ImageRange r{-50, 100};
   long before = g_heapCalls.load();
-  ASSERT_EQ(XeGetCineImage(o.cine, &r, pixels.data(), static_cast<uint32_t>(pixels.size()), &h), 0);
+  ASSERT_EQ(xe::GetCineRawImage(o.cine, &r, pixels.data(), static_cast<uint32_t>(pixels.size()), &h),
+            0);
   EXPECT_EQ(g_heapCalls.load() - before, 0);
   EXPECT_EQ(pixels[99 * 32 * 8 * 2], PixelByte(99, 0));
+
+  // Through the public fetch in the raw use case, the same holds.
+  ASSERT_EQ(XeSetUseCase(o.cine, 3), 0);
+  before = g_heapCalls.load();
+  ASSERT_EQ(XeGetCineImage(o.cine, &r, pixels.data(), static_cast<uint32_t>(pixels.size()), &h), 0);
+  EXPECT_EQ(g_heapCalls.load() - before, 0);
 
   // The count does see the library's allocations: a duplicate makes two.
   before = g_heapCalls.load();

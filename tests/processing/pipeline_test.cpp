@@ -1,0 +1,376 @@
+// The chain run over fetched images: the layout of a run of images that grow,
+// the same chain for every image of a run, a finished colour picture from a
+// raw file, and the bounds that buffers are sized by.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "cinefile/cine_test_support.h"
+#include "companions/int/dib.h"
+#include "processing/chain_steps.h"
+#include "processing/process_cine.h"
+#include "processing/use_case.h"
+#include "xefile/xefile.h"
+#include "xefile/xefile_selectors.h"
+
+using namespace xe;
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+uint32_t SizeOf(const ImageHeader &h) {
+  return intl::XefPixarSize(reinterpret_cast<const BitmapInfoHeader *>(&h));
+}
+
+// A 12-bit cine in memory: a raw colour file cine (Bayer code 3) or a gray
+// one, in use case 1 with neutral adjustments.
+class Run : public testing::Test {
+ protected:
+  static constexpr int32_t kW = 10, kH = 6;
+  void TearDown() override { XeDestroyCine(c); }
+
+  void Make(bool colour) {
+    ASSERT_EQ(XefNewCine(&c, kW, kH, 16, 0, 4), 0);
+    c->IsFileCine = 1;
+    c->SourceFileType = kSourceRawCine;
+    ::Setup &s = c->H.Setup;
+    s.CFA = colour ? 3 : 0;
+    s.RealBPP = 12;
+    c->H.Bmih.biClrImportant = 4096;
+    s.BlackLevel = 0;
+    s.WhiteLevel = 4095;
+    s.fGain = s.fSaturation = s.fGamma = 1.0f;
+    s.WBView.R = s.WBView.B = 1.0f;
+    c->CineUseCase = 0;
+    ASSERT_EQ(XeSetUseCase(c, kUseCaseView), 0);
+  }
+
+  // Image k of a run: 12-bit samples that differ per image and pixel.
+  Bytes Raw(uint32_t k) const {
+    ImageHeader h = Header();
+    Bytes b(SizeOf(h));
+    for (size_t i = 0; i + 1 < b.size(); i += 2) {
+      uint16_t v = static_cast<uint16_t>((i * 37 + k * 1001 + 5) % 4096);
+      std::memcpy(&b[i], &v, 2);
+    }
+    return b;
+  }
+  ImageHeader Header() const {
+    ImageHeader h{};
+    std::memcpy(&h, &c->H.Bmih, sizeof(BitmapInfoHeader));
+    h.biSize = 48;
+    h.BlackLevel = 0;
+    h.WhiteLevel = 4095;
+    return h;
+  }
+
+  // The images `first`.. one after another, through ProcessCine, in a buffer
+  // of the processing bound per image.
+  struct Out {
+    int32_t status;
+    ImageHeader h;
+    Bytes px;
+  };
+  Out Process(uint32_t first, uint32_t count) {
+    uint32_t bound = 0;
+    EXPECT_EQ(MaxImageSize(c, &bound), 0);
+    Out o{};
+    o.px.assign(static_cast<size_t>(bound) * count, 0xEE);
+    size_t at = 0;
+    for (uint32_t k = first; k < first + count; ++k) {
+      Bytes raw = Raw(k);
+      std::memcpy(&o.px[at], raw.data(), raw.size());
+      at += raw.size();
+    }
+    o.h = Header();
+    ImageRange r{static_cast<int32_t>(first), count};
+    o.status = ProcessCine(c, &r, o.px.data(), &o.h);
+    return o;
+  }
+
+  CineHandle c = nullptr;
+};
+
+// Each image of a run comes out as it does alone, packed one after another:
+// the output of one image never reaches the input of the next.
+TEST_F(Run, ImagesOfARunComeOutAsTheyDoAlone) {
+  for (bool colour : {true, false}) {
+    SCOPED_TRACE(colour ? "colour: images grow three times" : "gray: images keep their size");
+    XeDestroyCine(c);
+    c = nullptr;
+    Make(colour);
+    Out a = Process(0, 1), b = Process(1, 1), third = Process(2, 1);
+    ASSERT_EQ(a.status, 0);
+    const uint32_t out = SizeOf(a.h);
+    EXPECT_EQ(out, colour ? 3 * SizeOf(Header()) : SizeOf(Header()));
+    Out run = Process(0, 3);
+    ASSERT_EQ(run.status, 0);
+    EXPECT_EQ(std::memcmp(&run.h, &a.h, sizeof a.h), 0);
+    ASSERT_GE(run.px.size(), 3u * out);
+    EXPECT_TRUE(std::equal(a.px.begin(), a.px.begin() + out, run.px.begin()));
+    EXPECT_TRUE(std::equal(b.px.begin(), b.px.begin() + out, run.px.begin() + out));
+    EXPECT_TRUE(std::equal(third.px.begin(), third.px.begin() + out, run.px.begin() + 2 * out));
+  }
+}
+
+// Without work to do, the images stay as fetched and the header is the
+// cine's with biSize 48 and the levels the fetch gave.
+TEST_F(Run, NoStepOrOnlyTheFormatStepLeavesTheImage) {
+  Make(true);
+  for (bool formatStep : {false, true}) {
+    std::memset(c->Processing.ActiveProcessings, 0, sizeof c->Processing.ActiveProcessings);
+    c->Processing.ActiveProcessings[kStepPreSaveAdjustFormat] = formatStep;
+    c->ParamsChanged = 0;
+    Bytes raw = Raw(0);
+    Bytes px = raw;
+    px.resize(3 * raw.size(), 0xEE);
+    ImageHeader h{};
+    h.BlackLevel = 7;
+    h.WhiteLevel = 99;
+    ASSERT_EQ(ProcessCine(c, nullptr, px.data(), &h), 0);
+    EXPECT_TRUE(std::equal(raw.begin(), raw.end(), px.begin()));
+    EXPECT_EQ(px[raw.size()], 0xEE);
+    EXPECT_EQ(h.biSize, 48u);
+    EXPECT_EQ(h.biBitCount, 16);
+    EXPECT_EQ(h.biWidth, kW);
+    EXPECT_EQ(h.BlackLevel, 7);
+    EXPECT_EQ(h.WhiteLevel, 99);
+  }
+}
+
+// A refused step is a warning that does not stop the chain: the crop outside
+// the image leaves its size, and the demosaic still runs.
+TEST_F(Run, ARefusedStepWarnsAndTheChainGoesOn) {
+  Make(true);
+  c->H.Setup.EnableCrop = 1;
+  c->H.Setup.CropRect = XeRect{0, 0, kW + 5, 2};
+  c->ParamsChanged = 1;
+  Out o = Process(0, 2);
+  EXPECT_EQ(o.status, XE_WARN_CROP_REFUSED);
+  EXPECT_EQ(o.h.biWidth, kW);
+  EXPECT_EQ(o.h.biBitCount, 48);
+}
+
+// The bounds: the largest image along the chain, and the colour form of it.
+TEST_F(Run, BoundsFollowTheChain) {
+  Make(false);
+  const uint32_t raw = SizeOf(Header());
+  EXPECT_EQ(XevGetCineInfo(c, CIS_MaxImageSize), raw);
+  EXPECT_EQ(XevGetCineInfo(c, CIS_MaxImageSizeColor), 3 * raw);
+  XeDestroyCine(c);
+  c = nullptr;
+  Make(true);
+  EXPECT_EQ(XevGetCineInfo(c, CIS_MaxImageSize), 3 * raw);
+  EXPECT_EQ(XevGetCineInfo(c, CIS_MaxImageSizeColor), 3 * raw);
+  // Upscaling to twice the size, after the demosaic.
+  c->H.Setup.EnableResample = 1;
+  c->H.Setup.ResampleWidth = 2 * kW;
+  c->H.Setup.ResampleHeight = 2 * kH;
+  c->ParamsChanged = 1;
+  BitmapInfoHeader big = c->H.Bmih;
+  big.biWidth = 2 * kW;
+  big.biHeight = 2 * kH;
+  big.biBitCount = 48;
+  EXPECT_EQ(XevGetCineInfo(c, CIS_MaxImageSize), intl::XefPixarSize(&big));
+}
+
+TEST_F(Run, ConversionBoundOfTheSetup) {
+  Make(false);
+  ::Setup &s = c->H.Setup;
+  s.RealBPP = 12;
+  s.fGain16_8 = 0.0f;
+  RecomputeConv8Max(c);
+  EXPECT_EQ(s.Conv8Max, 4095u);
+  s.fGain16_8 = 2.0f;
+  RecomputeConv8Max(c);
+  EXPECT_EQ(s.Conv8Max, 2048u);  // 4095 / 2 + 0.5, truncated
+  c->Saving.SavePacked = 1;
+  RecomputeConv8Max(c);
+  EXPECT_EQ(s.Conv8Max, 8192u);  // 16383 / 2 + 0.5, truncated
+}
+
+// Single steps and the chain applied to the cine's own headers.
+TEST_F(Run, StepsOneByOne) {
+  Make(false);
+  Bytes raw = Raw(0);
+  ImageHeader h = Header();
+  // This camera model's samples come two bits low: the alignment shifts them
+  // even where source and destination depth agree.
+  c->H.Setup.CameraVersion = 1030;
+  c->Processing.align = {12, 12};
+  Bytes px = raw;
+  ASSERT_EQ(ImageStep(c, nullptr, kStepAlignPix, px.data(), &h), 0);
+  uint16_t before, after;
+  std::memcpy(&before, &raw[2], 2);
+  std::memcpy(&after, &px[2], 2);
+  EXPECT_EQ(after, before << 2);
+  // Another model, same depths: nothing happens.
+  c->H.Setup.CameraVersion = 7;
+  px = raw;
+  ASSERT_EQ(ImageStep(c, nullptr, kStepAlignPix, px.data(), &h), 0);
+  EXPECT_EQ(px, raw);
+  // The format step and numbers beyond the chain do no image work.
+  for (uint32_t step : {35u, 36u, 1000u}) {
+    EXPECT_EQ(ImageStep(c, nullptr, step, px.data(), &h), 0);
+    EXPECT_EQ(px, raw);
+  }
+  // A crop outside the image warns and leaves image and header.
+  c->Processing.crop = {0, 0, kW, 1};
+  ImageHeader kept = h;
+  EXPECT_EQ(ImageStep(c, nullptr, kStepCrop, px.data(), &h), XE_WARN_CROP_REFUSED);
+  EXPECT_EQ(std::memcmp(&kept, &h, sizeof h), 0);
+  EXPECT_EQ(px, raw);
+}
+
+TEST_F(Run, TheChainAppliedToTheCineHeaders) {
+  Make(true);
+  ::Setup &s = c->H.Setup;
+  s.BlackLevel = 64;
+  s.WhiteLevel = 4000;
+  s.WBView = {1.5f, 0.5f};
+  s.fGain = 2.0f;
+  c->ParamsChanged = 1;
+  ImageHeader processed;
+  RefreshCineProcessingParams(c);
+  ProcessedHeaderOf(c, &processed);
+  ASSERT_EQ(ApplyChainToCine(c), 0);
+  // The header now describes the processed image, whose levels are full.
+  EXPECT_EQ(c->H.Bmih.biBitCount, 48);
+  EXPECT_EQ(c->H.Bmih.biSizeImage, processed.biSizeImage);
+  EXPECT_EQ(s.BlackLevel, 0);
+  EXPECT_EQ(s.WhiteLevel, 4095);
+  // The adjustments already applied are neutral for a later reader.
+  EXPECT_EQ(s.WBView.R, 1.0f);
+  EXPECT_EQ(s.WBView.B, 1.0f);
+  EXPECT_EQ(s.fGain, 1.0f);
+}
+
+TEST_F(Run, AdjustmentsOfAnImageTheCallerHolds) {
+  Make(false);
+  Bytes px = Raw(0);
+  BitmapInfoHeader b = c->H.Bmih;
+  IMPROCOPTIONS o{};
+  o.Gamma = o.WBRed = o.WBBlue = 1.0f;
+  o.FlipH = 1;
+  EXPECT_EQ(XeCineImProc(c, &b, px.data(), nullptr), XE_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(XeCineImProc(nullptr, &b, px.data(), &o), XE_ERR_NULL_ARGUMENT);
+  ASSERT_EQ(XeCineImProc(c, &b, px.data(), &o), 0);
+  Bytes raw = Raw(0);
+  const size_t stride = intl::XefMemWidth(&b);
+  // Mirrored left to right, row by row.
+  for (size_t row = 0; row < kH; ++row)
+    EXPECT_EQ(0, std::memcmp(&px[row * stride], &raw[row * stride + (kW - 1) * 2], 2));
+}
+
+// ---- A finished picture from a raw colour file -------------------------------
+
+constexpr int32_t kPW = 24, kPH = 16;
+
+struct Rgb {
+  uint16_t r, g, b;
+};
+
+// Four flat patches in picture coordinates: the left and right halves of the
+// top and bottom halves.
+Rgb PatchAt(int32_t x, int32_t pictureRow) {
+  static const Rgb patches[4] = {{3000, 1000, 200}, {400, 2500, 3500}, {2000, 2000, 2000},
+                                 {3900, 3800, 100}};
+  return patches[(pictureRow < kPH / 2 ? 0 : 2) + (x < kPW / 2 ? 0 : 1)];
+}
+
+// The sample under the filter of code 3 (G B / R G from the top row of the
+// picture) at memory pixel (x, r): rows are stored bottom-up.
+uint16_t MosaicSample(int32_t x, int32_t r) {
+  const int32_t pr = kPH - 1 - r;
+  const Rgb p = PatchAt(x, pr);
+  if (pr % 2 == 0) return x % 2 == 0 ? p.g : p.b;
+  return x % 2 == 0 ? p.r : p.g;
+}
+
+fixture::Bytes ChartFile() {
+  fixture::CineBuilder b;
+  b.Compression(2).Images(0, 2).Image(kPW, kPH, 16, 0, 4096);
+  b.setup()
+      .SetU32(fixture::setup::kRealBPP, 12)
+      .SetU32(fixture::setup::kCFA, 3)
+      .SetI32(fixture::setup::kBlackLevel, 0)
+      .SetI32(fixture::setup::kWhiteLevel, 4095)
+      .SetF32(fixture::setup::kWBView, 1.0f)
+      .SetF32(fixture::setup::kWBView + 4, 1.0f);
+  fixture::Bytes px(static_cast<size_t>(kPW) * kPH * 2);
+  for (int32_t r = 0; r < kPH; ++r)
+    for (int32_t x = 0; x < kPW; ++x) fixture::PutU16(px, (r * kPW + x) * 2, MosaicSample(x, r));
+  b.ImagePayload(0, px).ImagePayload(1, px);
+  return b.Build();
+}
+
+TEST(Picture, RawColourFileInTheViewUseCase) {
+  cinetest::Opened o(ChartFile());
+  ASSERT_EQ(o.status, 0);
+  ::Setup &s = o.cine->H.Setup;
+  s.fGain = s.fSaturation = s.fGamma = 1.0f;
+  s.fOffset = s.fHue = 0.0f;
+  o.cine->ParamsChanged = 1;
+
+  const uint32_t bound = XevGetCineInfo(o.cine, CIS_MaxImageSizeColor);
+  ASSERT_EQ(bound, static_cast<uint32_t>(kPW * kPH * 6));
+  std::vector<uint8_t> px(bound, 0xEE);
+  ImageHeader h{};
+  ImageRange r{1, 1};
+  ASSERT_EQ(XeGetCineImage(o.cine, &r, px.data(), bound, &h), 0);
+
+  // The header is the one the chain announces, both ways.
+  EXPECT_EQ(h.biBitCount, 48);
+  EXPECT_EQ(h.biWidth, kPW);
+  EXPECT_EQ(h.biHeight, kPH);
+  EXPECT_EQ(h.BlackLevel, 0);
+  EXPECT_EQ(h.WhiteLevel, 4095);
+  ImageHeader announced{};
+  ASSERT_EQ(XeGetCineInfo(o.cine, CIS_ProcessedHeader, &announced), 0);
+  EXPECT_EQ(std::memcmp(&announced, &h, sizeof h), 0);
+  BitmapInfoHeader bmih{};
+  ASSERT_EQ(XeGetCineProcessedBMIH(o.cine, &bmih), 0);
+  EXPECT_EQ(bmih.biSize, 40u);
+  EXPECT_EQ(std::memcmp(reinterpret_cast<uint8_t *>(&bmih) + 4,
+                        reinterpret_cast<uint8_t *>(&h) + 4, 36), 0);
+
+  // The patches in colour, blue-green-red, and the picture turned the right
+  // way up for the view: memory row 0 is now the top of the picture. The
+  // edges between patches are left out.
+  const uint32_t stride = (kPW * 6 + 3) / 4 * 4;
+  int checked = 0;
+  for (int32_t row = 0; row < kPH; ++row) {
+    for (int32_t x = 0; x < kPW; ++x) {
+      const int32_t pr = row;  // flipped for the view
+      if (std::abs(pr - kPH / 2) < 3 || pr < 1 || pr > kPH - 2) continue;
+      if (std::abs(x - kPW / 2) < 3 || x < 1 || x > kPW - 2) continue;
+      const Rgb want = PatchAt(x, pr);
+      uint16_t bgr[3];
+      std::memcpy(bgr, &px[row * stride + x * 6], 6);
+      SCOPED_TRACE(testing::Message() << "x " << x << " memory row " << row);
+      EXPECT_NEAR(bgr[0], want.b, 40);
+      EXPECT_NEAR(bgr[1], want.g, 40);
+      EXPECT_NEAR(bgr[2], want.r, 40);
+      ++checked;
+    }
+  }
+  EXPECT_GT(checked, 80);
+}
+
+TEST(Picture, ABufferBelowTheColourBoundIsRefused) {
+  cinetest::Opened o(ChartFile());
+  ASSERT_EQ(o.status, 0);
+  const uint32_t bound = XevGetCineInfo(o.cine, CIS_MaxImageSizeColor);
+  std::vector<uint8_t> px(2 * bound, 0xEE);
+  ImageHeader h{};
+  ImageRange one{0, 1}, two{0, 2};
+  EXPECT_EQ(XeGetCineImage(o.cine, &one, px.data(), bound - 1, &h), XE_ERR_BUFFER_TOO_SMALL);
+  EXPECT_EQ(XeGetCineImage(o.cine, &two, px.data(), 2 * bound - 1, &h), XE_ERR_BUFFER_TOO_SMALL);
+  EXPECT_EQ(px, std::vector<uint8_t>(2 * bound, 0xEE));
+  EXPECT_GE(XeGetCineImage(o.cine, &two, px.data(), 2 * bound, &h), 0);
+}
+
+}  // namespace
