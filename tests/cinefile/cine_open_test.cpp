@@ -75,6 +75,12 @@ TEST(CineOpen, ShortSetupReadsOverZerosAndFindsTheTaggedAreaBehindIt) {
   EXPECT_EQ(+s.ImWidth, 16);
   EXPECT_EQ(+s.ImHeight, 0);
   EXPECT_EQ(s.RangeSize, 0u);
+  // Gains and tone factors the record did not reach are neutral.
+  EXPECT_EQ(s.WBGain[2].B, 1.0f);
+  EXPECT_EQ(s.fGain, 1.0f);
+  EXPECT_EQ(s.fSaturation, 1.0f);
+  EXPECT_EQ(s.fGain16_8, 1.0f);
+  EXPECT_EQ(s.fOffset, 0.0f);
   // The block is there even though no field says how large its entries are.
   EXPECT_NE(XefGetCineTaggedBlock(o.cine, 1004), nullptr);
 }

@@ -374,3 +374,47 @@ TEST(Picture, ABufferBelowTheColourBoundIsRefused) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Picture, RawColourFileInTheSaveUseCase) {
+  cinetest::Opened o(ChartFile());
+  ASSERT_EQ(o.status, 0);
+  ::Setup &s = o.cine->H.Setup;
+  s.fGain = s.fSaturation = s.fGamma = 1.0f;
+  s.fOffset = s.fHue = 0.0f;
+  for (auto &g : s.WBGain) g.R = g.B = 1.0f;
+  // A save to a processed cine: demosaic, no turn for a screen.
+  uint32_t fileType = 1;
+  ASSERT_EQ(XeSetCineInfo(o.cine, CIS_FileType, &fileType), 0);
+  ASSERT_EQ(XeSetUseCase(o.cine, 2), 0);
+  const uint32_t bound = XevGetCineInfo(o.cine, CIS_MaxImageSizeColor);
+  std::vector<uint8_t> px(bound, 0xEE);
+  ImageHeader h{};
+  ImageRange r{0, 1};
+  ASSERT_EQ(XeGetCineImage(o.cine, &r, px.data(), bound, &h), 0);
+  ASSERT_EQ(h.biBitCount, 48);
+  ImageHeader announced{};
+  ASSERT_EQ(XeGetCineInfo(o.cine, CIS_ProcessedHeader, &announced), 0);
+  EXPECT_EQ(std::memcmp(&announced, &h, sizeof h), 0);
+  const uint32_t stride = (kPW * 6 + 3) / 4 * 4;
+  int checked = 0;
+  for (int32_t row = 0; row < kPH; ++row) {
+    const int32_t pr = kPH - 1 - row;  // a save keeps the rows bottom-up
+    if (std::abs(pr - kPH / 2) < 3 || pr < 1 || pr > kPH - 2) continue;
+    for (int32_t x = 2; x < kPW - 2; ++x) {
+      if (std::abs(x - kPW / 2) < 3) continue;
+      const Rgb want = PatchAt(x, pr);
+      uint16_t bgr[3];
+      std::memcpy(bgr, &px[row * stride + x * 6], 6);
+      SCOPED_TRACE(testing::Message() << "x " << x << " memory row " << row);
+      EXPECT_NEAR(bgr[0], want.b, 40);
+      EXPECT_NEAR(bgr[1], want.g, 40);
+      EXPECT_NEAR(bgr[2], want.r, 40);
+      ++checked;
+    }
+  }
+  EXPECT_GT(checked, 60);
+}
+
+}  // namespace

@@ -60,6 +60,17 @@ int32_t XefFillSetupHardAdj(uint32_t model, Setup *s, uint32_t) {
 int32_t cvXefUpdateOldStructures(Setup *s, uint32_t) {
   if (!s) return XE_ERR_NULL_ARGUMENT;
   const uint32_t oldLength = s->Length;
+  // Gains and tone factors that the record did not reach are neutral, not
+  // zero: a zero gain would blank the colours, a zero contrast the image.
+  auto absent = [&](size_t offset) { return oldLength <= offset; };
+  if (absent(offsetof(Setup, WBGain)))
+    for (auto &g : s->WBGain) g.R = g.B = 1.0f;
+  if (absent(offsetof(Setup, WBView))) s->WBView.R = s->WBView.B = 1.0f;
+  if (absent(offsetof(Setup, fGain))) s->fGain = 1.0f;
+  if (absent(offsetof(Setup, fSaturation))) s->fSaturation = 1.0f;
+  if (absent(offsetof(Setup, fGamma))) s->fGamma = 1.0f;
+  if (absent(offsetof(Setup, fChroma))) s->fChroma = 1.0f;
+  if (absent(offsetof(Setup, fGain16_8))) s->fGain16_8 = 1.0f;
   if (oldLength <= offsetof(Setup, TCRate)) {
     float rate = std::min(static_cast<float>(con::XefVideoFrequency(0)) / 1000.0f, 40.0f);
     if (oldLength <= offsetof(Setup, TCBaseRate)) s->TCBaseRate = rate;

@@ -12,8 +12,9 @@ namespace xe::intl {
 int32_t XefFillSetupHardAdj(uint32_t model, Setup *setup, uint32_t);
 
 // Brings a record read from an old file to the present layout. The reader has
-// already put the bytes over zeros; this sets Length to 7240 and gives the
-// timecode rates, which old records lack, the rate of the video output.
+// already put the bytes over zeros; this sets Length to 7240, gives the gains
+// and tone factors that the record did not reach their neutral 1.0, and the
+// timecode rates the rate of the video output.
 int32_t cvXefUpdateOldStructures(Setup *setup, uint32_t);
 
 // Selector of XefNeutralImProc for all image adjustments at once.
