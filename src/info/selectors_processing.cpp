@@ -20,6 +20,7 @@
 #include "frame/cine.h"
 #include "frame/status.h"
 #include "info/selectors.h"
+#include "processing/chain_steps.h"
 #include "processing/use_case.h"
 
 namespace xe {
@@ -317,7 +318,15 @@ void SetCropRect(Cine *c, void *value) {
 // that step replaces it once the chain describes its headers step by step.
 void SetGain16To8(Cine *c, void *value) {
   Setup &s = c->H.Setup;
-  uint32_t bits = intl::XefEffectiveBits(&c->H.Bmih);
+  // The depth the reduction to 8 bits sees: the header just before that step
+  // when it is active, else the header of the finished image.
+  if (c->ParamsChanged) RefreshCineProcessingParams(c);
+  ImageHeader h{};
+  if (c->Processing.ActiveProcessings[kStepTo8Bps])
+    HeaderBeforeStep(c, kStepTo8Bps, &h);
+  else
+    ProcessedHeaderOf(c, &h);
+  uint32_t bits = intl::XefEffectiveBits(intl::AsBmih(&h));
   float limit = static_cast<float>(std::ldexp(1.0, static_cast<int>(bits)) / 256.0);
   // fmax and fmin take the number when one side is NaN: NaN gives 1.
   float gain = std::fmin(std::fmax(sel::GetF32(value), 1.0f), limit);
