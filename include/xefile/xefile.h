@@ -77,13 +77,14 @@ XEFILE_API int32_t XefSetCineSetup(CineHandle cine, const Setup *setup);
 
 /* ---- Images ----------------------------------------------------------------
  * XeGetCineImage reads the images of `range` (first image, count) into
- * `pixels`, one after the other at the stride of one image, and passes them
- * through the processing chain of the cine's use case. `header` receives the
- * header of the delivered images (biSize 48, black and white levels). The
- * buffer must hold `range->Cnt` images of the largest size the cine can
- * deliver; else XE_ERR_BUFFER_TOO_SMALL and nothing is read. Images outside
- * the cine are left untouched and are not an error. Packed 10-bit images
- * come packed from a raw fetch. */
+ * `pixels`, one after the other, and passes them through the processing
+ * chain of the cine's use case (XeSetUseCase: 1 view, 2 save, 3 raw).
+ * `header` receives the header of the delivered images (biSize 48, black and
+ * white levels); they lie one after the other at its biSizeImage. The buffer
+ * must hold `range->Cnt` times the value of selector CIS_MaxImageSizeColor
+ * (400); else XE_ERR_BUFFER_TOO_SMALL and nothing is read. Images outside the
+ * cine are left untouched and are not an error. In use case 3 packed 10-bit
+ * images stay packed. */
 XEFILE_API int32_t XeGetCineImage(CineHandle cine, ImageRange *range, uint8_t *pixels,
                                   uint32_t bufferSize, ImageHeader *header);
 
