@@ -83,8 +83,7 @@ XEFILE_API int32_t XefSetCineSetup(CineHandle cine, const Setup *setup);
  * white levels); they lie one after the other at its biSizeImage. The buffer
  * must hold `range->Cnt` times the value of selector CIS_MaxImageSizeColor
  * (400); else XE_ERR_BUFFER_TOO_SMALL and nothing is read. Images outside the
- * cine are left untouched and are not an error. In use case 3 packed 10-bit
- * images stay packed. */
+ * cine are left untouched and are not an error. */
 XEFILE_API int32_t XeGetCineImage(CineHandle cine, ImageRange *range, uint8_t *pixels,
                                   uint32_t bufferSize, ImageHeader *header);
 
