@@ -307,6 +307,29 @@ fixture::Bytes ChartFile() {
   return b.Build();
 }
 
+// Compares the delivered 48-bit picture with the patches, blue-green-red,
+// leaving out the edges between patches; returns the pixels compared.
+int CheckPatches(const std::vector<uint8_t> &px, bool topDown) {
+  const uint32_t stride = (kPW * 6 + 3) / 4 * 4;
+  int checked = 0;
+  for (int32_t row = 0; row < kPH; ++row) {
+    const int32_t pr = topDown ? row : kPH - 1 - row;
+    if (std::abs(pr - kPH / 2) < 3 || pr < 1 || pr > kPH - 2) continue;
+    for (int32_t x = 2; x < kPW - 2; ++x) {
+      if (std::abs(x - kPW / 2) < 3) continue;
+      const Rgb want = PatchAt(x, pr);
+      uint16_t bgr[3];
+      std::memcpy(bgr, &px[row * stride + x * 6], 6);
+      SCOPED_TRACE(testing::Message() << "x " << x << " memory row " << row);
+      EXPECT_NEAR(bgr[0], want.b, 40);
+      EXPECT_NEAR(bgr[1], want.g, 40);
+      EXPECT_NEAR(bgr[2], want.r, 40);
+      ++checked;
+    }
+  }
+  return checked;
+}
+
 TEST(Picture, RawColourFileInTheViewUseCase) {
   cinetest::Opened o(ChartFile());
   ASSERT_EQ(o.status, 0);
@@ -337,27 +360,9 @@ TEST(Picture, RawColourFileInTheViewUseCase) {
   EXPECT_EQ(std::memcmp(reinterpret_cast<uint8_t *>(&bmih) + 4,
                         reinterpret_cast<uint8_t *>(&h) + 4, 36), 0);
 
-  // The patches in colour, blue-green-red, and the picture turned the right
-  // way up for the view: memory row 0 is now the top of the picture. The
-  // edges between patches are left out.
-  const uint32_t stride = (kPW * 6 + 3) / 4 * 4;
-  int checked = 0;
-  for (int32_t row = 0; row < kPH; ++row) {
-    for (int32_t x = 0; x < kPW; ++x) {
-      const int32_t pr = row;  // flipped for the view
-      if (std::abs(pr - kPH / 2) < 3 || pr < 1 || pr > kPH - 2) continue;
-      if (std::abs(x - kPW / 2) < 3 || x < 1 || x > kPW - 2) continue;
-      const Rgb want = PatchAt(x, pr);
-      uint16_t bgr[3];
-      std::memcpy(bgr, &px[row * stride + x * 6], 6);
-      SCOPED_TRACE(testing::Message() << "x " << x << " memory row " << row);
-      EXPECT_NEAR(bgr[0], want.b, 40);
-      EXPECT_NEAR(bgr[1], want.g, 40);
-      EXPECT_NEAR(bgr[2], want.r, 40);
-      ++checked;
-    }
-  }
-  EXPECT_GT(checked, 80);
+  // The picture turned the right way up for the view: memory row 0 is now
+  // the top of the picture.
+  EXPECT_GT(CheckPatches(px, /*topDown=*/true), 80);
 }
 
 TEST(Picture, ABufferBelowTheColourBoundIsRefused) {
@@ -397,24 +402,7 @@ TEST(Picture, RawColourFileInTheSaveUseCase) {
   ImageHeader announced{};
   ASSERT_EQ(XeGetCineInfo(o.cine, CIS_ProcessedHeader, &announced), 0);
   EXPECT_EQ(std::memcmp(&announced, &h, sizeof h), 0);
-  const uint32_t stride = (kPW * 6 + 3) / 4 * 4;
-  int checked = 0;
-  for (int32_t row = 0; row < kPH; ++row) {
-    const int32_t pr = kPH - 1 - row;  // a save keeps the rows bottom-up
-    if (std::abs(pr - kPH / 2) < 3 || pr < 1 || pr > kPH - 2) continue;
-    for (int32_t x = 2; x < kPW - 2; ++x) {
-      if (std::abs(x - kPW / 2) < 3) continue;
-      const Rgb want = PatchAt(x, pr);
-      uint16_t bgr[3];
-      std::memcpy(bgr, &px[row * stride + x * 6], 6);
-      SCOPED_TRACE(testing::Message() << "x " << x << " memory row " << row);
-      EXPECT_NEAR(bgr[0], want.b, 40);
-      EXPECT_NEAR(bgr[1], want.g, 40);
-      EXPECT_NEAR(bgr[2], want.r, 40);
-      ++checked;
-    }
-  }
-  EXPECT_GT(checked, 60);
+  EXPECT_GT(CheckPatches(px, /*topDown=*/false), 60);  // a save keeps the rows bottom-up
 }
 
 }  // namespace
