@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "companions/int/dib.h"
+#include "companions/int/geometry.h"
 #include "companions/int/setup_defaults.h"
 #include "frame/status.h"
 #include "processing/chain_steps.h"
@@ -181,7 +182,7 @@ int32_t ApplyChainToCine(Cine *c) {
       case kStepGamma: Neutral(c, 204); break;
       case kStepFlip: s.bFlipH = s.bFlipV = 0; break;
       case kStepRotate:
-        if (p.angle != 0) ExchangeBothSizes(c);
+        if (intl::QuarterTurn(p.angle) != 0) ExchangeBothSizes(c);
         break;
       case kStepFilter: s.FilterCode = s.FilterParam = 0; break;
       case kStepImProcFused:
@@ -189,7 +190,7 @@ int32_t ApplyChainToCine(Cine *c) {
         Neutral(c, 23);
         Neutral(c, 209);
         Neutral(c, 210);
-        if (p.angle != 0) ExchangeBothSizes(c);
+        if (intl::QuarterTurn(p.angle) != 0) ExchangeBothSizes(c);
         break;
       case kStepOutsideStamp: {
         const uint32_t code = p.sideStampCode;

@@ -8,6 +8,7 @@
 
 #include "companions/con/camera_driver.h"
 #include "companions/int/dib.h"
+#include "companions/int/geometry.h"
 #include "companions/int/mosaic.h"
 #include "frame/status.h"
 #include "processing/use_case.h"
@@ -513,8 +514,9 @@ void ChooseScaleStep(Cine *c) {
   out = p.resample;
   // A quarter turn ahead of the scaling exchanges the wanted size.
   const uint32_t place = StepPlace(chosen);
-  if (a[kStepRotate] && StepPlace(kStepRotate) < place) std::swap(out.widthOut, out.heightOut);
-  if (a[kStepImProcFused] && p.angle != 0 && StepPlace(kStepImProcFused) < place)
+  if (a[kStepRotate] && intl::QuarterTurn(p.angle) != 0 && StepPlace(kStepRotate) < place)
+    std::swap(out.widthOut, out.heightOut);
+  if (a[kStepImProcFused] && intl::QuarterTurn(p.angle) != 0 && StepPlace(kStepImProcFused) < place)
     std::swap(out.widthOut, out.heightOut);
 }
 
@@ -564,10 +566,10 @@ void StepHeader(const Cine *c, uint32_t step, ImageHeader *h) {
       h->biSizeImage = intl::XefPixarSize(b);
       return;
     case kStepRotate:
-      if (p.angle != 0) ExchangeSize(h);
+      if (intl::QuarterTurn(p.angle) != 0) ExchangeSize(h);  // other angles are not turned
       return;
     case kStepImProcFused:
-      if (p.angle != 0) ExchangeSize(h);
+      if (intl::QuarterTurn(p.angle) != 0) ExchangeSize(h);  // other angles are not turned
       return;
     case kStepOutsideStamp: {
       // Codes 4 to 6 take the stamp off: back to the acquired size. The

@@ -406,3 +406,25 @@ TEST(Picture, RawColourFileInTheSaveUseCase) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Picture, OnlyQuarterTurnsExchangeTheSize) {
+  for (int32_t angle : {90, 180, 45, -90}) {
+    cinetest::Opened o(ChartFile());
+    ASSERT_EQ(o.status, 0);
+    int32_t rotate = angle;
+    ASSERT_EQ(XeSetCineInfo(o.cine, CIS_Rotate, &rotate), 0);
+    std::vector<uint8_t> px(XevGetCineInfo(o.cine, CIS_MaxImageSizeColor));
+    ImageHeader h{};
+    ImageRange r{0, 1};
+    ASSERT_EQ(XeGetCineImage(o.cine, &r, px.data(), static_cast<uint32_t>(px.size()), &h), 0);
+    const bool turned = angle == 90 || angle == -90;
+    EXPECT_EQ(h.biWidth, turned ? kPH : kPW) << angle;
+    ImageHeader announced{};
+    ASSERT_EQ(XeGetCineInfo(o.cine, CIS_ProcessedHeader, &announced), 0);
+    EXPECT_EQ(std::memcmp(&announced, &h, sizeof h), 0) << angle;
+  }
+}
+
+}  // namespace
