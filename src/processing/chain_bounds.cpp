@@ -210,9 +210,7 @@ int32_t ApplyChainToCine(Cine *c) {
       case kStepResample:
       case kStepDownsample:
       case kStepUpsample: {
-        const ScaleParams &sp = step == kStepResample ? p.resample
-                                : step == kStepDownsample ? p.downsample
-                                                          : p.upsample;
+        const ScaleParams &sp = ScaleParamsOf(p, step);
         SetBothSizes(c, sp.widthOut, sp.heightOut);
         Neutral(c, 215);
         Neutral(c, 216);

@@ -583,9 +583,7 @@ void StepHeader(const Cine *c, uint32_t step, ImageHeader *h) {
     case kStepResample:
     case kStepDownsample:
     case kStepUpsample: {
-      const ScaleParams &s = step == kStepResample ? p.resample
-                             : step == kStepDownsample ? p.downsample
-                                                       : p.upsample;
+      const ScaleParams &s = ScaleParamsOf(p, step);
       if (ScaleAccepted(s))
         Resize(h, static_cast<int32_t>(s.widthOut), static_cast<int32_t>(s.heightOut));
       return;

@@ -87,6 +87,11 @@ UseCaseWords ReadUseCaseWords(const Cine *c);
 int32_t ApplyActivationRules(Cine *c);
 void FuseImProcSteps(Cine *c);
 void ChooseScaleStep(Cine *c);
+// The size triple of a scaling step: RESAMPLE, DOWNSAMPLE or UPSAMPLE.
+inline const ScaleParams &ScaleParamsOf(const ProcessingParams &p, uint32_t step) {
+  return step == kStepResample ? p.resample : step == kStepDownsample ? p.downsample : p.upsample;
+}
+
 // Aims the eight pointers of the fused step at this cine's items.
 void AimFusedPointers(Cine *c);
 
