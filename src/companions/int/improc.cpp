@@ -61,8 +61,11 @@ void ColourMatrix(double s, double theta, double out[3][3]) {
 
 // Builds the tables. `maxValue` is the top of the image's depth (2^b - 1),
 // `entries` the number of possible input values (256 or 65536).
-TonePlan MakePlan(const IMPROCOPTIONS &o, uint32_t channels, uint32_t bits, uint32_t maxValue) {
-  TonePlan p;
+void MakePlan(const IMPROCOPTIONS &o, uint32_t channels, uint32_t bits, uint32_t maxValue,
+              TonePlan &p) {
+  // The vectors keep their room from the last plan of this thread.
+  p.tone = p.matrix = false;
+  p.k = 0;
   p.channels = channels;
   const bool colour = channels == 3;
   const double wbR = colour ? UsableGain(o.WBRed) : 1.0;
@@ -74,7 +77,7 @@ TonePlan MakePlan(const IMPROCOPTIONS &o, uint32_t channels, uint32_t bits, uint
   p.matrix = colour && (hue != 0 || o.Saturation != 0);
   p.tone = p.matrix || wbR != 1.0 || wbB != 1.0 || gamma != 1.0 || o.Bright != 0 ||
            o.Contrast != 0;
-  if (!p.tone) return p;
+  if (!p.tone) return;
 
   if (p.matrix) {
     double rgb[3][3];
@@ -119,7 +122,31 @@ TonePlan MakePlan(const IMPROCOPTIONS &o, uint32_t channels, uint32_t bits, uint
       lut[v] = p.matrix ? static_cast<uint16_t>(y) : p.gamma[y];
     }
   }
-  return p;
+}
+
+// The plan of the last options this thread used: a run of images with the
+// same options (every image of a fetch or a save) builds its tables once and
+// takes no memory after the first image.
+const TonePlan &PlanFor(const IMPROCOPTIONS &o, uint32_t channels, uint32_t bits,
+                        uint32_t maxValue) {
+  struct Cached {
+    bool valid = false;
+    IMPROCOPTIONS options{};
+    uint32_t channels = 0, bits = 0, maxValue = 0;
+    TonePlan plan;
+  };
+  thread_local Cached cache;
+  if (!cache.valid || cache.channels != channels || cache.bits != bits ||
+      cache.maxValue != maxValue || std::memcmp(&cache.options, &o, sizeof o) != 0) {
+    cache.valid = false;
+    MakePlan(o, channels, bits, maxValue, cache.plan);
+    cache.options = o;
+    cache.channels = channels;
+    cache.bits = bits;
+    cache.maxValue = maxValue;
+    cache.valid = true;
+  }
+  return cache.plan;
 }
 
 template <typename T>
@@ -247,7 +274,7 @@ int32_t XeImProc(BitmapInfoHeader *h, uint8_t *pixels, const IMPROCOPTIONS *o) {
   if (!MakeView(h, pixels, &v)) return XE_OK;  // no pixels
 
   const uint32_t maxValue = std::min(XefMaxPixDIB(h), MaxSample(v));
-  const TonePlan plan = MakePlan(*o, v.channels, v.bits, maxValue);
+  const TonePlan &plan = PlanFor(*o, v.channels, v.bits, maxValue);
   const bool flipH = o->FlipH != 0, flipV = o->FlipV != 0;
   const int32_t turn = QuarterTurn(o->Rotate);
   const int32_t code = o->FilterCode;

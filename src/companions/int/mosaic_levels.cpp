@@ -77,7 +77,9 @@ int32_t XeAdjustToMaxLevels(BitmapInfoHeader *h, uint8_t *pixels, int32_t black,
 
   const uint64_t top = TopSample(h, v);
   const uint64_t span = w - b;
-  std::vector<uint16_t> table;
+  // One table per thread, kept between images: a fetch of many images takes
+  // its memory once.
+  thread_local std::vector<uint16_t> table;
   try {
     table.resize(v.bits == 8 ? 256u : 65536u);
   } catch (const std::bad_alloc &) {
