@@ -324,4 +324,6 @@ XEFILE_API int32_t XeCineImProc(CineHandle cine, BitmapInfoHeader *header, uint8
 }
 #endif
 
+#include "xefile_saving.h"
+
 #endif

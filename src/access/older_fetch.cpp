@@ -9,6 +9,7 @@
 #include "companions/int/improc.h"
 #include "frame/messages.h"
 #include "frame/status.h"
+#include "saving/save_range.h"
 
 namespace xe {
 namespace {
@@ -27,35 +28,7 @@ constexpr uint32_t kXferAlgoShift = 16;
 constexpr int16_t kTypeRawCine = 0;
 constexpr int16_t kTypePackedRaw = -26;
 
-// The value that stands for "the whole" on either side of a range.
-constexpr int32_t kWholeFirst = INT32_MIN;
-constexpr uint32_t kWholeCount = 0xFFFFFFFFu;
-
 bool IsMultiHeadCamera(uint32_t cameraVersion) { return cameraVersion == 6 || cameraVersion == 62; }
-
-// Cuts a range by the cine's images, with the warnings of the range rule.
-int32_t RangeIntersect(ImageRange *range, const ImageRange &cine) {
-  bool chosen = !(range->First == kWholeFirst || range->Cnt == kWholeCount ||
-                  cine.First == kWholeFirst || cine.Cnt == kWholeCount);
-  ImageRange before = *range;
-  con::XefIntersectRanges(range, &cine);
-  if (!chosen) return XE_OK;
-  if (range->Cnt == 0) {
-    ReportMessage(nullptr,
-                  "Your selected range does not intersect with the cine image range. \n"
-                  "The save range will contain 0 images",
-                  "Warning", kStyleOk);
-    return XE_WARN_RANGE_EMPTY;
-  }
-  if (range->First != before.First || range->Cnt != before.Cnt) {
-    ReportMessage(nullptr,
-                  "Your selected range intersects partially with the cine image range. \n"
-                  "The save range will be reduced",
-                  "Warning", kStyleOk);
-    return XE_WARN_RANGE_REDUCED;
-  }
-  return XE_OK;
-}
 
 // The camera's image transfer. It has a camera behind it; this build has
 // none, and camera cines have no image to give.

@@ -1,0 +1,127 @@
+/* XeFile: saving a cine, and the file services that saves use.
+ * Included by xefile.h; not meant to be included on its own.
+ *
+ * A save is set up on the cine itself (file name pattern, FileType, range and
+ * the format's options, also reachable through the selectors 500 to 560 and
+ * 1030 to 1032) and run by XeWriteCineFile. The save works on duplicates of
+ * the cine: the caller's handle is not changed by it, except for the result
+ * words (CIS_LastSaveStatus and the progress).
+ *
+ * FileType codes. Zero and positive write one file for the whole range:
+ *    1 processed cine (.cine)       0 raw cine (.cine; a gray cine saves as 1)
+ *    2 JPEG cine (.cci)             3 AVI          4 multipage TIFF (8/24-bit)
+ *    5 MPEG (never written)         6, 7 MXF PAL, NTSC    8 QuickTime
+ * Negative write one still file per image, named by the pattern:
+ *   -8, -9, -10 TIFF of 8/24, 12/36 and 16/48 bits; -25 RAW; -26 DNG;
+ *   -27 DPX; -1 to -7 and -11 to -24 need the imaging plugin.
+ * Every save that is not a cine file (FileType outside 0 to 2) also writes a
+ * ".chd" header beside its output: "a.tif" gives "atif.chd". With the
+ * XmlHeader option (selector 505) an ".xml" description is written too.
+ *
+ * File name patterns. Path separator '/'; the directory of the output is
+ * created. Tokens, each followed by one digit d:
+ *   !d  the image number, zero-padded to d digits (only the last d kept)
+ *   +d  first rebases the number to count from 1 at the first saved image,
+ *       then prints as !d; the rebased number stays for the rest
+ *   @d  the save-job number of this save
+ *   ~8  an 8-character name from the trigger time ("JL121030": month letters,
+ *       day, hour, minute), counted up until no such file exists; '~' not
+ *       followed by 8 inserts the whole trigger time text.
+ * A token character not followed by a digit is copied as it stands. */
+#ifndef XEFILE_XEFILE_SAVING_H
+#define XEFILE_XEFILE_SAVING_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Room for a path or an expanded pattern, terminator included. */
+#define XE_MAX_PATH 4096
+
+/* Progress callback of a save: percent 0 to 100 and the cine being saved.
+ * Return non-zero to go on, 0 to stop. A stopped cine save leaves a valid
+ * file that holds the images written so far. */
+typedef int32_t (*pfnCallback)(uint32_t percent, CineHandle cine);
+
+/* Stores the output pattern, FileType and StampTime, and the JPEG quality 1
+ * (worst) to 100 (best; 0 counts as 1, above 100 as 100). Does not run the
+ * defaults of the type (selector 502 does). */
+XEFILE_API int32_t XeSetCineSaveOptions(CineHandle cine, const char *fileName, uint16_t fileType,
+                                        uint32_t stampTime, int32_t quality);
+/* The images first to last. first <= -0x7FFFFFFF with last >= 0x7FFFFFFE
+ * means the whole cine, whatever it holds. */
+XEFILE_API int32_t XeSetCineSaveRange(CineHandle cine, int32_t first, int32_t last);
+/* The cine's own range (not the save range set above). */
+XEFILE_API int32_t XeGetCineSaveRange(CineHandle cine, int32_t *first, int32_t *last);
+/* Bit n: save head n of a multi-head camera as a cine of its own. */
+XEFILE_API int32_t XeSaveFromHeads(CineHandle cine, uint32_t headMask);
+/* Copies the save options (not the stamps and not the file name). */
+XEFILE_API int32_t XefCopySavingOptions(CineHandle dst, CineHandle src);
+/* The description of entry `index` of the save filter list ("Cine, *.cine",
+ * ...); 1, or 0 for an index of 128 or more. `out` holds 256 bytes. */
+XEFILE_API int32_t XefGetCineSaveFilterText(char *out, uint32_t index);
+/* The output path of image `imageNo` by the cine's pattern; creates its
+ * directory. `out` holds XE_MAX_PATH bytes. */
+XEFILE_API int32_t XefExpandFileName(CineHandle cine, int32_t imageNo, char *out);
+/* Uncompressed size of the output of a save in bytes, each still file
+ * rounded up to `cluster` bytes (0 counts as 1). */
+XEFILE_API int32_t XefGetCineSaveSize(CineHandle cine, uint32_t cluster, uint64_t *bytes);
+
+/* The blocking save. Up to 20 saves run at once (XE_ERR_SAVE_SLOTS_FULL).
+ * Range warnings: XE_WARN_RANGE_EMPTY (nothing saved, a valid empty cine
+ * file) and XE_WARN_RANGE_REDUCED. The setting SaveNoThread=1 writes cine
+ * files without the overlapping writer thread (the same bytes). */
+XEFILE_API int32_t XeWriteCineFile(CineHandle cine, pfnCallback callback);
+/* Saves to `name` without registration and without a callback; a name with
+ * no dot in its last component gets the type's extension. */
+XEFILE_API int32_t XeSaveCineToFile(const char *name, CineHandle cine);
+/* Saves cine 1 of camera `cn`; without a camera XE_CAM_NO_CAMERA. */
+XEFILE_API int32_t XeSaveCineFromCamera(uint32_t cn, const char *name, uint16_t fileType,
+                                        int32_t first, uint32_t count, uint32_t qFactor,
+                                        uint32_t stampTime, uint32_t option);
+/* The handler that a callback value of 0 to 15 names: it is called with the
+ * percent and that number instead of a function. */
+typedef int32_t (*XeRemoteProgress)(uint32_t percent, uint32_t number);
+XEFILE_API int32_t XefSetFileLVCallback(XeRemoteProgress handler);
+
+/* Writes the image-processing fields of the cine's Setup into the Setup of
+ * the cine file it was opened from (the same as selector 1101). */
+XEFILE_API int32_t XefUpdateCineFileSetup(CineHandle cine);
+/* Clips the cine in memory to `range` (in: wanted, out: kept). Clip a file
+ * cine only from its first image. A cine with a timecode block cannot be
+ * clipped: XE_ERR_NULL_CINE, and the cine must then be destroyed. */
+XEFILE_API int32_t XeClipCine(CineHandle cine, ImageRange *range);
+
+/* The range data of image `imageNo` as text, in the form `mode` (the Setup's
+ * RangeCode); `item` 1 azimuth, 2 elevation, 0 the whole record. `out` holds
+ * 256 bytes and is not touched when the cine has no range data. */
+XEFILE_API void XefFormatRangeData(CineHandle cine, int32_t imageNo, uint32_t mode, uint32_t item,
+                                   char *out);
+
+/* ---- Files and directories ('/' separates) ------------------------------ */
+/* 1 when the path is a directory afterwards; creates the missing parents. */
+XEFILE_API int32_t XefMakeDirectory(const char *path);
+/* 0 nothing there, 1 a directory, 2 a file. */
+XEFILE_API int32_t XefIsFileOrDirectory(const char *path);
+/* 1 when the last extension of `path` (dot included) is `extension`,
+ * case-blind. */
+XEFILE_API int32_t XefIsFileExtension(const char *path, const char *extension);
+/* Replaces the last extension (or appends one); `path` must have room. */
+XEFILE_API void XefReplaceFileExtension(char *path, const char *extension);
+/* The largest file the file system of `path` holds, in MB: 4096 on FAT32
+ * (vfat), 0xFFFFFFFF where there is no such limit. */
+XEFILE_API uint32_t XefMaxFileSizeForPartition(const char *path);
+/* Space of the file system of the current directory (there are no drive
+ * letters: `drive` is ignored). 1, or 0 when the system cannot tell.
+ * `cluster` (required) gets the block size; the others may be null. */
+XEFILE_API int32_t XefGetDiskSpace(char drive, uint64_t *total, uint64_t *free, uint32_t *totalMB,
+                                   uint32_t *freeMB, uint32_t *cluster);
+/* The same for the file system that holds `path`. */
+XEFILE_API int32_t XefGetDiskSpaceOfPath(const char *path, uint64_t *total, uint64_t *free,
+                                         uint32_t *totalMB, uint32_t *freeMB, uint32_t *cluster);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,217 @@
+// The save options of a cine: the exported setters and their edges, the copy
+// of the options between cines, the list of save formats, and the estimate of
+// the size of a save.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <string>
+
+#include "cinefile/cine_test_support.h"
+#include "frame/plugins.h"
+#include "info/selectors.h"
+#include "saving/filter_list.h"
+#include "saving/size_estimate.h"
+
+using cinetest::Opened;
+using fixture::CineBuilder;
+
+namespace {
+
+// A 16 x 4 gray 8-bit file cine of 20 images numbered -5 to 14.
+fixture::Bytes TwentyImages() { return CineBuilder().Images(-5, 20).Build(); }
+
+TEST(SaveOptions, SetterStoresWithoutTypeDefaultsAndConvertsQuality) {
+  Opened o(TwentyImages());
+  ASSERT_EQ(o.status, 0);
+  CineHandle c = o.cine;
+  ASSERT_EQ(XeSetCineSaveOptions(c, "/out/clip!3.dpx", static_cast<uint16_t>(-27), 3, 50), 0);
+  EXPECT_STREQ(c->FileName, "/out/clip!3.dpx");
+  EXPECT_EQ(c->Saving.FileType, -27);
+  EXPECT_EQ(c->Saving.StampTime, 3u);
+  EXPECT_EQ(c->Saving.DpxFlags, 0u);  // selector 502 would have set 4
+  EXPECT_EQ(XevGetCineInfo(c, CIS_Quality), 50u);
+  // Quality 0 counts as 1; above 100, and negative taken as unsigned, as 100.
+  const struct {
+    int32_t quality;
+    uint32_t qFactor;
+  } edges[] = {{0, 255}, {1, 255}, {100, 2}, {101, 2}, {-1, 2}};
+  for (const auto &e : edges) {
+    ASSERT_EQ(XeSetCineSaveOptions(c, "/out/x", 1, 0, e.quality), 0);
+    EXPECT_EQ(c->Saving.QFactor, e.qFactor) << e.quality;
+  }
+  EXPECT_EQ(XeSetCineSaveOptions(nullptr, "x", 1, 0, 1), XE_ERR_NULL_CINE);
+}
+
+TEST(SaveOptions, RangeSetterMarkerEdgeAndGetterAsymmetry) {
+  Opened o(TwentyImages());
+  CineHandle c = o.cine;
+  int32_t first = 0, last = 0;
+
+  ASSERT_EQ(XeSetCineSaveRange(c, 10, 20), 0);
+  EXPECT_EQ(c->Saving.SaveFirst, 10);
+  EXPECT_EQ(c->Saving.SaveCount, 11u);
+  // The getter answers the cine's own range, never the one just set.
+  ASSERT_EQ(XeGetCineSaveRange(c, &first, &last), 0);
+  EXPECT_EQ(first, -5);
+  EXPECT_EQ(last, 14);
+
+  ASSERT_EQ(XeSetCineSaveRange(c, INT32_MIN, 0x7FFFFFFE), 0);
+  EXPECT_EQ(c->Saving.SaveFirst, INT32_MIN);
+  EXPECT_EQ(c->Saving.SaveCount, 0xFFFFFFFFu);
+  // One image short of the limit: plain arithmetic, the same first.
+  ASSERT_EQ(XeSetCineSaveRange(c, INT32_MIN, 0x7FFFFFFD), 0);
+  EXPECT_EQ(c->Saving.SaveFirst, INT32_MIN);
+  EXPECT_EQ(c->Saving.SaveCount, 0xFFFFFFFEu);
+  // A first of -0x7FFFFFFE is not below the limit.
+  ASSERT_EQ(XeSetCineSaveRange(c, -0x7FFFFFFE, 0x7FFFFFFF), 0);
+  EXPECT_EQ(c->Saving.SaveFirst, -0x7FFFFFFE);
+  EXPECT_EQ(c->Saving.SaveCount, 0xFFFFFFFEu);
+
+  // A header that spans everything answers the widest range.
+  c->H.Header.FirstImageNo = INT32_MIN;
+  c->H.Header.ImageCount = 0xFFFFFFFE;
+  ASSERT_EQ(XeGetCineSaveRange(c, &first, &last), 0);
+  EXPECT_EQ(first, INT32_MIN);
+  EXPECT_EQ(last, 0x7FFFFFFF);
+  c->H.Header.ImageCount = 0xFFFFFFFD;
+  ASSERT_EQ(XeGetCineSaveRange(c, &first, &last), 0);
+  EXPECT_EQ(last, 0x7FFFFFFC);
+
+  EXPECT_EQ(XeSetCineSaveRange(nullptr, 0, 1), XE_ERR_NULL_CINE);
+  EXPECT_EQ(XeGetCineSaveRange(nullptr, &first, &last), XE_ERR_NULL_CINE);
+  EXPECT_EQ(XeSaveFromHeads(nullptr, 1), XE_ERR_NULL_CINE);
+  EXPECT_EQ(XeSaveFromHeads(c, 0x5), 0);
+  EXPECT_EQ(c->Saving.HeadMask, 0x5u);
+}
+
+TEST(SaveOptions, SettersLogTheirEntryLines) {
+  cinetest::LogCapture log;
+  Opened o(TwentyImages());
+  XeSetCineSaveOptions(o.cine, "/o/a.cine", 1, 3, -1);
+  XeSetCineSaveRange(o.cine, 10, 20);
+  XeSetCineSaveRange(nullptr, 1, 2);
+  std::string text = log.Text();
+  EXPECT_NE(text.find("(/o/a.cine) StampTime:3 CCIQuality:-1"), std::string::npos) << text;
+  EXPECT_NE(text.find("\nXeSetCineSaveOptions: Cine: 0x"), std::string::npos);
+  EXPECT_NE(text.find(" First 10 Last 20"), std::string::npos);
+  EXPECT_NE(text.find("\nXeSetCineSaveRange Cine 0x0 First 1 Last 2 ErrCode= -2000"), std::string::npos);
+}
+
+TEST(SaveOptions, CopyTakesTheListedFieldsAndKeepsTheWriterAndStamps) {
+  Opened a(TwentyImages()), b(TwentyImages());
+  xe::SavingOptions &s = a.cine->Saving;
+  xe::SavingOptions &d = b.cine->Saving;
+  std::memset(&s, 0x5A, sizeof s);
+  std::memset(&d, 0x00, sizeof d);
+  int graph = 0;
+  d.WriteGraph = &graph;
+  d.KeepWriteGraph = 1;
+  std::memset(&d.Stamps, 0x33, sizeof d.Stamps);
+  const xe::StampOptions stamps = d.Stamps;
+
+  ASSERT_EQ(XefCopySavingOptions(b.cine, a.cine), 0);
+#define SAME(f) EXPECT_EQ(std::memcmp(&d.f, &s.f, sizeof d.f), 0) << #f
+  SAME(SaveFirst); SAME(SaveCount); SAME(FileType); SAME(RawFileOptions); SAME(Save16Bit);
+  SAME(QFactor); SAME(SplitQuarters); SAME(StampTime); SAME(AviCompressorIndex);
+  SAME(AviFrameRate); SAME(HeadMask); SAME(HeadIndex); SAME(XmlHeader); SAME(InterpolationAlgo);
+  SAME(DpxFlags); SAME(DpxRefWhite); SAME(DpxRefBlack); SAME(DpxGamma); SAME(DpxFilmGamma);
+  SAME(DpxSoftClip); SAME(DngFlags); SAME(BayerGreenSplit); SAME(ColorMatrix1); SAME(SavePacked);
+  SAME(PlaybackRate);
+#undef SAME
+  EXPECT_EQ(d.WriteGraph, &graph);
+  EXPECT_EQ(d.KeepWriteGraph, 1u);
+  EXPECT_EQ(std::memcmp(&d.Stamps, &stamps, sizeof stamps), 0);
+  EXPECT_EQ(XefCopySavingOptions(nullptr, a.cine), XE_ERR_NULL_CINE);
+  EXPECT_EQ(XefCopySavingOptions(b.cine, nullptr), XE_ERR_NULL_CINE);
+}
+
+// Without the plugins: no JPEG cine, no MXF, no imaging still formats.
+TEST(SaveFilterList, ListWithoutPluginsAndEntryTexts) {
+  ASSERT_FALSE(xe::frame::ImagingAvailable());
+  ASSERT_FALSE(xe::frame::EncoderAvailable());
+  xe::SaveFilterList list = xe::BuildSaveFilterList();
+  EXPECT_EQ(list.text,
+            "Cine, *.cine|*.cine|Cine Raw, *.cine|*.cine|AVI, *.avi|*.avi|"
+            "Multipage TIFF, *.tif|*.tif|Quick Time, *.mov|*.mov|"
+            "___________________________________|*.|"
+            "TIFF 8,24 images|*.tif|TIFF 12,36 images|*.tif|TIFF 16,48 images|*.tif|"
+            "RAW images|*.raw|DNG images|*.dng|DPX images|*.dpx|");
+  EXPECT_EQ(list.codes, (std::vector<int16_t>{1, 0, 3, 4, 8, 0, -8, -9, -10, -25, -26, -27}));
+
+  char out[256];
+  EXPECT_EQ(XefGetCineSaveFilterText(out, 0), 1);
+  EXPECT_STREQ(out, "Cine, *.cine");
+  EXPECT_EQ(XefGetCineSaveFilterText(out, 11), 1);
+  EXPECT_STREQ(out, "DPX images");
+  EXPECT_EQ(XefGetCineSaveFilterText(out, 12), 1);  // past the list
+  EXPECT_STREQ(out, "");
+  std::strcpy(out, "x");
+  EXPECT_EQ(XefGetCineSaveFilterText(out, 128), 0);
+  EXPECT_STREQ(out, "");
+  EXPECT_STREQ(xe::FindFileType(-19)->extension, ".jff");
+  EXPECT_EQ(xe::FindFileType(9), nullptr);
+}
+
+// The cine's own header in the save use case: 16 x 4 gray, 64 bytes an image.
+TEST(SaveSizeEstimate, CineAndStillTypesOnAFileCine) {
+  Opened o(TwentyImages());
+  CineHandle c = o.cine;
+  uint64_t bytes = 0;
+  XeSetCineSaveOptions(c, "/o/a", 1, 0, 100);
+  XeSetCineSaveRange(c, 10, 40);  // 10 to 14 lie in the cine: 5 images
+  ASSERT_EQ(XefGetCineSaveSize(c, 4096, &bytes), 0);
+  EXPECT_EQ(bytes, 5u * 64 + (5 * 5 + 1835) * 4 + 5 * 8);  // one file, no rounding
+
+  XeSetCineSaveOptions(c, "/o/a", static_cast<uint16_t>(-8), 0, 100);
+  EXPECT_EQ(xe::EstimateSaveSize(c, 4096), 5u * 8192);
+  EXPECT_EQ(xe::EstimateSaveSize(c, 1000), 5u * 5000);
+  EXPECT_EQ(xe::EstimateSaveSize(c, 0), 5u * (64 + 4096));
+  // 16-bit TIFF counts the 8-bit image at 16 bits.
+  XeSetCineSaveOptions(c, "/o/a", static_cast<uint16_t>(-10), 0, 100);
+  EXPECT_EQ(xe::EstimateSaveSize(c, 1), 5u * (128 + 4096));
+  XeSetCineSaveRange(c, 100, 200);  // nothing of the cine
+  EXPECT_EQ(xe::EstimateSaveSize(c, 1), 0u);
+  XeSetCineSaveRange(c, INT32_MIN, INT32_MAX);  // whole cine
+  XeSetCineSaveOptions(c, "/o/a", 9, 0, 100);
+  EXPECT_EQ(xe::EstimateSaveSize(c, 1), 0u);  // no such type
+  EXPECT_EQ(c->CineUseCase, 1u);              // the caller's cine stays in view
+  EXPECT_EQ(XefGetCineSaveSize(nullptr, 1, &bytes), XE_ERR_NULL_CINE);
+  EXPECT_EQ(XefGetCineSaveSize(c, 1, nullptr), XE_ERR_NULL_ARGUMENT);
+}
+
+BitmapInfoHeader Header(int32_t w, int32_t h, uint16_t bits, uint32_t clrImportant = 0) {
+  BitmapInfoHeader b{};
+  b.biSize = 40;
+  b.biWidth = w;
+  b.biHeight = h;
+  b.biPlanes = 1;
+  b.biBitCount = bits;
+  b.biClrImportant = clrImportant;
+  return b;
+}
+
+TEST(SaveSizeEstimate, DepthRulesAndThirtyTwoBitCuts) {
+  xe::SavingOptions o{};
+  // 10 x 10 at 12 bits in 16-bit words: 200 bytes held, 150 at 12 bits.
+  BitmapInfoHeader twelve = Header(10, 10, 16, 4096);
+  o.FileType = -27;
+  o.DpxFlags = 4;
+  EXPECT_EQ(xe::EstimateSaveSize(twelve, o, 2, 1), 2u * (200 + 4096));
+  o.DpxFlags = 0;
+  EXPECT_EQ(xe::EstimateSaveSize(twelve, o, 2, 1), 2u * (150 + 4096));
+  o.FileType = -26;
+  o.SavePacked = 1;
+  EXPECT_EQ(xe::EstimateSaveSize(twelve, o, 1, 1), 150u + 4096);
+  o.FileType = -9;  // 24-bit counted as 48: three samples at 1.5 bytes
+  EXPECT_EQ(xe::EstimateSaveSize(Header(10, 10, 24), o, 1, 1), 100u * 3 / 2 * 3 + 4096);
+
+  // One file of 100 images of 48 MiB: the image bytes wrap at 32 bits.
+  o.FileType = 1;
+  EXPECT_EQ(xe::EstimateSaveSize(Header(4096, 4096, 24), o, 100, 1), 738207644u);
+  // An image too large to size is counted as 0xFFFFFFFF bytes, unrounded.
+  o.FileType = -23;
+  EXPECT_EQ(xe::EstimateSaveSize(Header(100000, 100000, 24), o, 3, 4096), 0xFFFFFFFFull * 3);
+}
+
+}  // namespace
