@@ -1,0 +1,87 @@
+// Binary and analog signal samples and their physical values.
+#include "companions/sig/signal_values.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+using namespace xe::sig;
+
+::Setup Channels(int16_t binary, int16_t analog) {
+  ::Setup s;
+  std::memset(&s, 0, sizeof s);
+  s.BinChannels = binary;
+  s.AnaChannels = analog;
+  return s;
+}
+
+TEST(SignalValues, BinaryBitsAreLeastSignificantFirstInRowsOfWholeBytes) {
+  ::Setup s = Channels(10, 0);  // rows of 2 bytes
+  const std::vector<uint8_t> block = {0x05, 0x02,   // sample 0: channels 0, 2 and 9
+                                      0x80, 0x01};  // sample 1: channels 7 and 8
+  auto bit = [&](uint32_t sample, uint32_t ch, uint32_t bytes = 4) {
+    return XefBinSigVal(block.data(), bytes, sample, ch, &s);
+  };
+  EXPECT_EQ(bit(0, 0), 1);
+  EXPECT_EQ(bit(0, 1), 0);
+  EXPECT_EQ(bit(0, 2), 1);
+  EXPECT_EQ(bit(0, 8), 0);
+  EXPECT_EQ(bit(0, 9), 1);
+  EXPECT_EQ(bit(1, 7), 1);
+  EXPECT_EQ(bit(1, 8), 1);
+  EXPECT_EQ(bit(1, 0), 0);
+  // Past the channels, the row or the bytes held: 0.
+  EXPECT_EQ(bit(1, 15), 0);
+  EXPECT_EQ(bit(2, 0), 0);
+  EXPECT_EQ(bit(0xFFFFFFFFu, 9), 0);
+  EXPECT_EQ(bit(1, 8, 3), 0);
+  EXPECT_EQ(bit(1, 7, 3), 1);
+  ::Setup none = Channels(0, 0);
+  EXPECT_EQ(XefBinSigVal(block.data(), 4, 0, 0, &none), 0);
+}
+
+TEST(SignalValues, AnalogValuesAreSignedLittleEndianChannelByChannel) {
+  ::Setup s = Channels(0, 3);
+  const std::vector<uint8_t> block = {0x01, 0x00, 0xFF, 0x7F, 0x00, 0x80,   // sample 0
+                                      0x34, 0x12, 0x02, 0x00, 0xFE, 0xFF};  // sample 1
+  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 0, 0), 1);
+  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 0, 1), 32767);
+  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 0, 2), -32768);
+  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 1, 0), 0x1234);
+  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 1, 2), -2);
+  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 1, 3), 0);
+  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 2, 0), 0);
+  EXPECT_EQ(XefAnaSigVal(block.data(), 11, &s, 1, 2), 0);  // half a value held
+  EXPECT_EQ(XefAnaSigVal(block.data(), 0xFFFFFFFFu, &s, 0x7FFFFFFFu, 2), 0);
+}
+
+TEST(SignalValues, RealValuesFollowRangeCodeAndGain) {
+  ::Setup s = Channels(0, 10);
+  s.ChOption[0] = 1;     // +-5 V
+  s.ChOption[1] = 0x14;  // only the low 4 bits count: +-0.625 V
+  s.ChOption[2] = 9;     // unknown code: +-10 V
+  s.ChOption[7] = 3;     // +-1.25 V, also for every channel above 7
+  s.AnaGain[0] = 2.0f;
+  s.AnaGain[1] = 0.0f;   // counts as 1
+  s.AnaGain[2] = NAN;    // counts as 1
+  s.AnaGain[7] = -4.0f;
+  EXPECT_DOUBLE_EQ(XefRealSigVal(16384, 0, &s), 5.0);
+  EXPECT_DOUBLE_EQ(XefRealSigVal(-32768, 1, &s), -0.625);
+  EXPECT_DOUBLE_EQ(XefRealSigVal(-16384, 2, &s), -5.0);
+  EXPECT_DOUBLE_EQ(XefRealSigVal(8192, 9, &s), -1.25);
+  EXPECT_DOUBLE_EQ(XefRealSigVal(16384, 0, nullptr), 5.0);
+
+  double lo = 0, hi = 0;
+  XefAnaMinMaxRng(&s, 0, &lo, &hi);
+  EXPECT_DOUBLE_EQ(lo, -10.0);
+  EXPECT_DOUBLE_EQ(hi, 32767.0 / 32768.0 * 10.0);
+  XefAnaMinMaxRng(&s, 12, &lo, &hi);  // a negative gain turns the range over
+  EXPECT_DOUBLE_EQ(lo, 5.0);
+  EXPECT_DOUBLE_EQ(hi, -32767.0 / 32768.0 * 5.0);
+}
+
+}  // namespace
