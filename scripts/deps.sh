@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and the tests need, when missing.
 set -euo pipefail
-packages=(build-essential cmake pkg-config libgtest-dev libgmock-dev)
+# The interop tests check outputs with real readers: libtiff-tools
+# (tiffinfo, tiffdump), python3-tifffile and libxml2-utils (xmllint).
+packages=(build-essential cmake pkg-config libgtest-dev libgmock-dev libtiff-tools python3-tifffile libxml2-utils)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

@@ -6,6 +6,7 @@
 #include "companions/int/dib.h"
 #include "frame/plugins.h"
 #include "frame/status.h"
+#include "saving/tiff.h"
 
 namespace xe {
 namespace {
@@ -23,8 +24,8 @@ bool InStoredRange(const Cine *c, int32_t image) {
 // no decoder entry in this build.
 int32_t ReadJpegImage() { return XE_ERR_ENTRY_POINT; }
 
-// Images of a TIFF set and of movie files come through the plugins, whose
-// readers are not part of this build: the image cannot be loaded.
+// Images of movie files come through the movie plugin, whose reader is not
+// part of this build: the image cannot be loaded.
 int32_t ReadPluginImage() { return XE_ERR_FILE_READ; }
 
 }  // namespace
@@ -39,9 +40,11 @@ void RawImageHeader(const Cine *c, ImageHeader *header) {
 int32_t ReadRawFileImage(Cine *c, ImageHeader *header, uint8_t *pixels, uint64_t room) {
   RawImageHeader(c, header);
   if (!InStoredRange(c, c->ImageRangeFirst)) return XE_OK;
-  if (c->SourceFileType == kSourceTiffCine || c->SourceFileType == kSourceAvi ||
-      c->SourceFileType == kSourceMpeg)
-    return ReadPluginImage();
+  // A header file's images are the pages of the multipage TIFF beside it.
+  if (c->SourceFileType == kSourceTiffCine)
+    return intl::XefPixarSize(&c->H.Bmih) > room ? XE_ERR_BUFFER_TOO_SMALL
+                                                  : ReadTiffCineImage(c, pixels);
+  if (c->SourceFileType == kSourceAvi || c->SourceFileType == kSourceMpeg) return ReadPluginImage();
 
   uint64_t offset = 0;
   uint32_t index = static_cast<uint32_t>(static_cast<int64_t>(c->ImageRangeFirst) - c->H.Header.FirstImageNo);
