@@ -72,6 +72,12 @@ uint8_t *ImageOffsetArray(Cine *c) {
   return CineTail(c) + pos;
 }
 
+uint8_t *ImageOffsetSlots(Cine *c, uint32_t count) {
+  uint64_t pos = TaggedAreaSize(c);
+  if (c->H.Header.OffImageOffsets < kHeadersSize || pos + 8ull * count > TailCapacity(c)) return nullptr;
+  return CineTail(c) + pos;
+}
+
 int32_t MaxLevelForDepth(uint32_t bits) {
   if (bits >= 31) return INT32_MAX;
   return static_cast<int32_t>((1u << bits) - 1);

@@ -56,14 +56,18 @@ enum SourceType : int16_t {
   kSourceMpeg = 5,
 };
 
-// Save control: the words of a running save, read across threads.
+// The words of a save job kept in the cine. The table of running saves and
+// SavePercent are guarded by the save-buffer mutex; StopSave is written by
+// whoever stops the save and read by the job at each progress report, both
+// through atomic references.
 struct SaveControl {
-  int32_t SaveJobNumber;
-  uint32_t Saving;            // a save of this cine is running
-  uint32_t Progress;          // percent
-  uint32_t StopRequested;
-  uint32_t BackgroundWorker;  // the saving thread of this cine is alive
-  void *Worker;               // the saving thread's own state
+  uint32_t SavePercent;       // last percent reported
+  pfnCallback SaveCallback;   // the caller's progress callback, or null
+  void *SaveThread;           // the thread of a background save
+  uint32_t SaveThreadId;
+  int32_t SaveResult;         // final status of the last job
+  uint32_t StopSave;          // non-zero: stop at the next progress report
+  int32_t SaveJobNumber;      // the job number of the '@' token
 };
 
 }  // namespace xe
@@ -96,7 +100,6 @@ struct Cine {
   uint32_t ViewWord564, ViewWord568, ViewWord580, ViewWord584, ViewWord592, ViewWord596;
   xe::intl::PackInfo PackInfo;   // the state of the packed-image conversions
   xe::SaveControl Save;
-  int32_t LastSaveStatus;
   BitmapInfoHeader BmihOpened;     // the image header as made; restored before each fetch
   uint32_t ParamsChanged;          // the processing chain must be rebuilt
   uint64_t BlockBytes;             // size of this heap block
@@ -140,6 +143,9 @@ bool SetImageOffset(Cine *c, uint32_t index, uint64_t offset);
 // The image offsets as bytes in the tail, or null when ImageCount entries are
 // not all held.
 uint8_t *ImageOffsetArray(Cine *c);
+// The first `count` entries of the image offsets, whatever ImageCount says,
+// or null when the record does not hold them. A save keeps its table here.
+uint8_t *ImageOffsetSlots(Cine *c, uint32_t count);
 
 // Fields every creator takes from the Header: save range, fetch range, the
 // view words, QFactor, AviFrameRate and the TimeFormat of the camera options.

@@ -92,7 +92,7 @@ bool ProfileAndLens(Cine *c, uint32_t sel, void *value) {
   }
   switch (sel) {
     case CIS_FRPSteps: PutU32(value, s.FRPSteps); return true;
-    case CIS_LastSaveStatus: PutI32(value, c->LastSaveStatus); return true;
+    case CIS_LastSaveStatus: PutI32(value, c->Save.SaveResult); return true;
     case CIS_LensDescription:
       std::memcpy(value, s.LensDescription, sizeof s.LensDescription);
       return true;

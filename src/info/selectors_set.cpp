@@ -10,6 +10,7 @@
 #include "frame/cine.h"
 #include "frame/status.h"
 #include "info/selectors.h"
+#include "saving/update_setup.h"
 
 namespace xe {
 namespace {
@@ -28,13 +29,6 @@ void SetCineName(Cine *c, const void *value) {
   std::memcpy(s.CineName, name, sizeof name);
 }
 
-// The Setup of a file cine is written back to its file by the cine writer;
-// until that exists the request is only logged. A camera cine has no file.
-void FlushSetupToFile(Cine *c) {
-  if (c->IsFileCine && LogOn())
-    con::Debprintf("\nXeSetCineInfo CineNr = %d: Setup not written back to the file", c->CineNr);
-}
-
 bool SetRecordingFact(Cine *c, uint32_t selector, void *value) {
   Setup &s = c->H.Setup;
   switch (selector) {
@@ -51,7 +45,6 @@ bool SetRecordingFact(Cine *c, uint32_t selector, void *value) {
       sel::PutU32(value, c->TimeFormat);
       return true;
     }
-    case CIS_FlushSetupToFile: FlushSetupToFile(c); return true;
     default: return false;
   }
 }
@@ -71,6 +64,8 @@ int32_t CameraCineSet(Cine *c, uint32_t, const void *, uint32_t) {
 }
 
 int32_t SetCineInfo(Cine *c, uint32_t selector, void *value) {
+  // The image adjustments of a file cine go back into its file's Setup.
+  if (selector == CIS_FlushSetupToFile) return c->IsFileCine ? UpdateCineFileSetup(c) : XE_OK;
   if (SetRecordingFact(c, selector, value) || SetProcessingInfo(c, selector, value) ||
       SetSaveInfo(c, selector, value))
     return XE_OK;
