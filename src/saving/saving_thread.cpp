@@ -1,0 +1,201 @@
+#include "saving/saving_thread.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <deque>
+#include <mutex>
+#include <new>
+#include <semaphore>
+#include <thread>
+
+#include "companions/con/log.h"
+#include "companions/con/services.h"
+#include "frame/status.h"
+#include "saving/save_loop.h"
+
+namespace xe {
+
+namespace {
+
+constexpr uint32_t MSG_SAVE_BUFFER = 14555;
+constexpr uint32_t MSG_FINISH_JOB = 14556;
+constexpr auto kWriterFreeTimeout = std::chrono::milliseconds(60000);
+constexpr auto kEndTimeout = std::chrono::milliseconds(10000);
+
+// One group for the thread, or the end of the job.
+struct SaveMessage {
+  uint32_t Number;
+  Cine *Writer;
+  uint32_t BufIndex;
+  ImageRange Rng;
+  ImageHeader Bmih;
+};
+
+uint32_t PtrWord(const void *p) { return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(p)); }
+
+}  // namespace
+
+struct ThreadySave {
+  uint8_t *Buffer[2] = {nullptr, nullptr};
+  uint32_t MainThreadId = 0;
+  std::atomic<uint32_t> SavingThreadId{0};
+  uint32_t Iteration = 0;
+  std::binary_semaphore Semaphore{1};
+  std::atomic<int32_t> LastResult{0};
+  // First image (from SaveFirst) of the first group whose write failed.
+  std::atomic<uint32_t> FirstFailed{UINT32_MAX};
+
+  // The thread's message queue: messages are taken in the order sent.
+  std::mutex QueueMutex;
+  std::condition_variable QueueSignal;
+  std::deque<SaveMessage> Queue;
+  std::condition_variable Ended;
+  bool Done = false;  // the thread has left its loop; under QueueMutex
+  std::thread Thread;
+
+  void Post(const SaveMessage &m) {
+    {
+      std::lock_guard<std::mutex> lock(QueueMutex);
+      Queue.push_back(m);
+    }
+    QueueSignal.notify_one();
+  }
+
+  SaveMessage Take() {
+    std::unique_lock<std::mutex> lock(QueueMutex);
+    QueueSignal.wait(lock, [&] { return !Queue.empty(); });
+    SaveMessage m = Queue.front();
+    Queue.pop_front();
+    return m;
+  }
+};
+
+namespace {
+
+void SavingThreadProc(ThreadySave *t) {
+  pthread_setname_np(pthread_self(), "Saving Thread");
+  t->SavingThreadId.store(static_cast<uint32_t>(gettid()));
+  if (LogOn())
+    con::Debprintf("\nInitializing SavingThreadProc Id %d = %d main: %d Iteration=%d",
+                   static_cast<int>(gettid()), static_cast<int>(t->SavingThreadId.load()),
+                   static_cast<int>(t->MainThreadId), static_cast<int>(t->Iteration));
+  for (;;) {
+    SaveMessage m = t->Take();
+    if (LogOn())
+      con::Debprintf("\n(Saving Thread) message =%d time=%d Iteration=%d", m.Number,
+                     con::XefMilisec(), m.BufIndex);
+    if (m.Number == MSG_FINISH_JOB) {
+      if (LogOn())
+        con::Debprintf("\n(Saving Thread) got message=MSG_FINISH_JOB Iteration=%d this thread will exit",
+                       m.BufIndex);
+      break;
+    }
+    uint8_t *buffer = t->Buffer[m.BufIndex];
+    if (LogOn())
+      con::Debprintf("\n                WriteImageToFile started , Rng.First=%d, Rng.Cnt=%d, "
+                     "Iteration= %d, BufIndex=%d buffer:0x%x",
+                     m.Rng.First, m.Rng.Cnt, m.BufIndex, m.BufIndex, PtrWord(buffer));
+    uint32_t start = con::XefMilisec();
+    int32_t result = WriteImageToFile(m.Writer, buffer, nullptr, &m.Bmih, true, m.Rng.First, m.Rng.Cnt);
+    t->LastResult.store(result);
+    if (result < 0 && t->FirstFailed.load() == UINT32_MAX)
+      t->FirstFailed.store(static_cast<uint32_t>(static_cast<int64_t>(m.Rng.First) - m.Writer->Saving.SaveFirst));
+    if (LogOn())
+      con::Debprintf("\n                WriteImageToFile returned error code:%d, Duration:%d  "
+                     "Iteration=%d, FirstIm=%d",
+                     result, con::XefMilisec() - start, m.BufIndex, m.Rng.First);
+    t->Semaphore.release();
+    if (LogOn()) con::Debprintf("\nIncrement semaphore by 1, previous value %d, ret %d err %d", 0, 1, 0);
+  }
+  {
+    std::lock_guard<std::mutex> lock(t->QueueMutex);
+    t->SavingThreadId.store(0);
+    t->Done = true;
+  }
+  t->Ended.notify_all();
+}
+
+}  // namespace
+
+bool ThreadySaveRunning(const ThreadySave *t) { return t && t->Thread.joinable(); }
+
+int32_t BeginThreadySave(Cine *writer, ThreadySave **out, uint8_t **pixBuffer, uint32_t groupBytes) {
+  (void)writer;
+  *out = nullptr;
+  auto *t = new (std::nothrow) ThreadySave;
+  if (!t) return XE_ERR_NO_MEMORY;
+  *out = t;
+  t->Buffer[0] = *pixBuffer;
+  t->Buffer[1] = static_cast<uint8_t *>(std::malloc(groupBytes ? groupBytes : 1));
+  if (!t->Buffer[1]) return XE_ERR_NO_MEMORY;
+  t->MainThreadId = static_cast<uint32_t>(gettid());
+  try {
+    t->Thread = std::thread(SavingThreadProc, t);
+  } catch (...) {
+    return XE_ERR_THREAD_CREATE;
+  }
+  if (LogOn())
+    con::Debprintf("\nBegin Thready Save main thread %d, saving thread %d Iteration %d buffer 0x%x "
+                   "Semaphore 0x%x",
+                   static_cast<int>(t->MainThreadId), static_cast<int>(t->SavingThreadId.load()),
+                   static_cast<int>(t->Iteration), PtrWord(t->Buffer[1]), PtrWord(&t->Semaphore));
+  return XE_OK;
+}
+
+int32_t QueueReadBuffer(ThreadySave *t, Cine *writer, uint8_t **pixBuffer, const ImageHeader *h) {
+  SaveMessage m{MSG_SAVE_BUFFER, writer, t->Iteration & 1,
+                ImageRange{writer->ImageRangeFirst, static_cast<uint32_t>(writer->ImageRangeCnt)}, *h};
+  if (LogOn())
+    con::Debprintf("\nQueueReadBuffer, Main Thread %d Rng.First=%d, Rng.Cnt=%d Iteration=%d "
+                   "BufIndex=%d buffer=0x%x begin wait for semaphore ... ",
+                   static_cast<int>(t->MainThreadId), m.Rng.First, m.Rng.Cnt,
+                   static_cast<int>(t->Iteration), m.BufIndex, PtrWord(*pixBuffer));
+  uint32_t start = con::XefMilisec();
+  if (!t->Semaphore.try_acquire_for(kWriterFreeTimeout)) {
+    if (LogOn()) con::Debprintf("\nTimeOut: Semaphore for overlapped transfer/save, save aborted");
+    return XE_ERR_SEMAPHORE_TIMEOUT;
+  }
+  if (LogOn()) con::Debprintf("   Ok, Wait for semaphore,  duration: %d", con::XefMilisec() - start);
+  t->Post(m);
+  if (LogOn()) con::Debprintf("\nIteration %d finishes.", static_cast<int>(t->Iteration));
+  ++t->Iteration;
+  *pixBuffer = t->Buffer[t->Iteration & 1];
+  // The writer was free, so the result of the group before is final here.
+  return MergeStatus(XE_OK, t->LastResult.load());
+}
+
+int32_t EndThreadySave(ThreadySave *t, uint8_t **pixBuffer, uint32_t *firstFailed) {
+  if (!t) return XE_OK;
+  if (t->Thread.joinable()) {
+    if (LogOn()) con::Debprintf("\nEndThreadySave, PostThreadMessage / MSG_FINISH_JOB returned");
+    t->Post(SaveMessage{MSG_FINISH_JOB, nullptr, t->Iteration, ImageRange{}, ImageHeader{}});
+    auto start = std::chrono::steady_clock::now();
+    bool ended;
+    {
+      std::unique_lock<std::mutex> lock(t->QueueMutex);
+      ended = t->Ended.wait_for(lock, kEndTimeout, [&] { return t->Done; });
+    }
+    if (!ended) {
+      if (LogOn()) con::Debprintf("\nTimeout at the termination of the saving thread");
+      // The thread still uses the context and the second buffer: they stay.
+      t->Thread.detach();
+      return XE_ERR_SEMAPHORE_TIMEOUT;
+    }
+    t->Thread.join();
+    double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    if (LogOn()) con::Debprintf("\nSaving thread terminated in %5.1f sec. from request", seconds);
+  }
+  if (firstFailed) *firstFailed = t->FirstFailed.load();
+  std::free(t->Buffer[1]);
+  *pixBuffer = t->Buffer[0];
+  delete t;
+  return XE_OK;
+}
+
+}  // namespace xe

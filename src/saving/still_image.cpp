@@ -1,0 +1,68 @@
+#include "saving/still_image.h"
+
+#include <vector>
+
+#include "companions/int/depth.h"
+#include "companions/int/dib.h"
+#include "companions/int/setup_defaults.h"
+#include "formats/raw_image.h"
+#include "frame/plugins.h"
+#include "frame/status.h"
+#include "saving/tiff.h"
+
+namespace xe {
+namespace {
+
+constexpr int16_t kTypeTiff8 = -8;
+constexpr int16_t kTypeTiff12 = -9;
+constexpr int16_t kTypeTiff16 = -10;
+constexpr int16_t kTypeRaw = -25;
+constexpr int16_t kTypeDng = -26;
+constexpr int16_t kTypeDpx = -27;
+
+// The still formats of the imaging plugin. Its table has no still writer
+// yet: a loaded plugin answers as for a missing entry point.
+int32_t SaveStillThroughPlugin() {
+  if (!frame::ImagingAvailable()) return XE_WARN_NO_IMAGING;
+  return XE_ERR_ENTRY_POINT;
+}
+
+}  // namespace
+
+int32_t WriteStillImage(const char *name, const ImageHeader *header, const uint8_t *pixels,
+                        int16_t fileType, const StillOptions &options, const Time64 *time,
+                        const Setup *setup) {
+  const BitmapInfoHeader *h = intl::AsBmih(header);
+  switch (fileType) {
+    case kTypeRaw: return WriteRawImage(name, h, pixels, options.RawFileOptions);
+    case kTypeDpx:
+    case kTypeDng: return XE_ERR_NOT_SUPPORTED;
+    default: break;
+  }
+  if (fileType < kTypeDpx || fileType >= 0) return XE_ERR_NOT_SUPPORTED;
+
+  BitmapInfoHeader bh = *h;
+  const uint8_t *image = pixels;
+  // The 8-bit formats get the chain's 16-to-8 reduction; the buffer is kept
+  // by the thread between images.
+  thread_local std::vector<uint8_t> reduced;
+  if (intl::XefIs16BitDIB(&bh) && fileType != kTypeTiff12 && fileType != kTypeTiff16) {
+    reduced.resize(intl::XefPixarSize(&bh));
+    int32_t st = intl::XeProcessImage(pixels, reduced.data(), &bh, intl::kReduceTo8,
+                                      setup ? setup->fGain16_8 : 1.0f);
+    if (st < 0) return st;
+    image = reduced.data();
+  }
+  if (fileType == kTypeTiff8 || fileType == kTypeTiff12 || fileType == kTypeTiff16) {
+    Time64 now{};
+    if (!time) {
+      intl::XefTimeUINT32(&now.seconds);
+      now.fractions = 3;
+      time = &now;
+    }
+    return WriteTiffFile(name, fileType, &bh, time, image);
+  }
+  return SaveStillThroughPlugin();
+}
+
+}  // namespace xe

@@ -1,0 +1,298 @@
+// Saves to cine files read back through the reader: images, per-image data,
+// ranges, stops, failures and the saving thread.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cinefile/cine_test_support.h"
+#include "companions/con/settings.h"
+#include "fixtures/cine_builder.h"
+#include "saving/cine_writer.h"
+#include "xefile/xefile.h"
+
+namespace {
+
+using fixture::Bytes;
+using fixture::Payload;
+namespace su = fixture::setup;
+namespace con = xe::con;
+
+constexpr int32_t kFirst = -3;
+constexpr uint32_t kCount = 10;
+
+// A raw colour recording of 16-bit samples (12 significant) with times,
+// exposures, binary and analog signals and range data.
+Bytes Recording(bool colour = true, bool timecode = false) {
+  fixture::CineBuilder b;
+  b.Image(16, 8, colour ? 16 : 8, 0, colour ? 4096 : 0).Images(kFirst, kCount);
+  if (colour) b.Compression(2);
+  b.setup().SetU32(su::kCFA, colour ? 1 : 0).SetU32(su::kEnableColor, colour ? 1 : 0);
+  b.setup().SetU32(su::kRealBPP, colour ? 12 : 8).SetU32(su::kFrameRate, 1000);
+  b.setup().SetU16(su::kBinChannels, 4).SetU16(su::kSamplesPerImage, 1);
+  b.setup().SetU16(su::kAnaChannels, 2);
+  b.setup().SetU32(su::kRangeCode, 1).SetU32(su::kRangeSize, 6);
+  Payload times, exposures, bin, ana, range, tc;
+  for (uint32_t i = 0; i < kCount; ++i) {
+    times.Time(i * 4294967u & ~3u, 1700000000 + i);
+    exposures.U32(1000 + i);
+    bin.U8(static_cast<uint8_t>(i & 0xF));
+    ana.U16(static_cast<uint16_t>(100 * i)).U16(static_cast<uint16_t>(65535 - i));
+    for (uint32_t k = 0; k < 6; ++k) range.U8(static_cast<uint8_t>(i * 6 + k));
+    tc.U64(0x10000000ull + i);
+  }
+  b.AddBlock(1002, times).AddBlock(1003, exposures).AddBlock(1005, bin).AddBlock(1006, ana);
+  b.AddBlock(1004, range);
+  if (timecode) b.AddBlock(1007, tc);
+  return b.Build();
+}
+
+struct Saved {
+  CineHandle cine = nullptr;
+  int32_t status = 0;
+  explicit Saved(const std::string &path) { status = XeNewCineFromFile(path.c_str(), &cine); }
+  ~Saved() { XeDestroyCine(cine); }
+};
+
+std::vector<uint8_t> Images(CineHandle c, int32_t first, uint32_t count, uint32_t useCase) {
+  EXPECT_EQ(XeSetUseCase(c, useCase), 0);
+  uint32_t one = 0;
+  EXPECT_EQ(XeGetCineInfo(c, CIS_MaxImageSizeColor, &one), 0);
+  std::vector<uint8_t> pixels(uint64_t{one} * count);
+  ImageRange r{first, count};
+  ImageHeader h{};
+  EXPECT_GE(XeGetCineImage(c, &r, pixels.data(), static_cast<uint32_t>(pixels.size()), &h), 0);
+  pixels.resize(uint64_t{h.biSizeImage} * count);
+  return pixels;
+}
+
+std::vector<uint8_t> Aux(CineHandle c, int32_t image, uint32_t tag, uint32_t size) {
+  std::vector<uint8_t> v(size);
+  EXPECT_EQ(XeGetCineAuxData(c, image, tag, size, v.data()), 0) << tag << " " << image;
+  return v;
+}
+
+// The stored images of a cine: first image and count.
+std::pair<int32_t, uint32_t> Stored(CineHandle c) {
+  int32_t first = 0;
+  uint32_t count = 0;
+  XeGetCineInfo(c, CIS_FirstImageNo, &first);
+  XeGetCineInfo(c, CIS_ImageCount, &count);
+  return {first, count};
+}
+
+Bytes ReadFile(const std::string &path) {
+  std::ifstream in(path, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in), {});
+}
+
+class SaveTest : public ::testing::Test {
+ protected:
+  void SetUp() override { XeStartXeFile(); }
+  void TearDown() override { XeStopXeFile(); }
+  std::string Out(const std::string &name) const { return dir.path() + "/" + name; }
+  int32_t Save(CineHandle c, const std::string &path, int16_t type, pfnCallback cb = nullptr) {
+    EXPECT_EQ(XeSetCineSaveOptions(c, path.c_str(), static_cast<uint16_t>(type), 0, 100), 0);
+    return XeWriteCineFile(c, cb);
+  }
+  fixture::TempDir dir;
+};
+
+TEST_F(SaveTest, RawAndProcessedCinesKeepImagesAndPerImageData) {
+  cinetest::Opened src(Recording());
+  ASSERT_GE(src.status, 0);
+  struct Case {
+    int16_t type;
+    int32_t first, last;
+  } cases[] = {{0, kFirst, kFirst + 9}, {0, kFirst + 2, kFirst + 6}, {1, kFirst + 4, kFirst + 9}};
+  for (const Case &k : cases) {
+    SCOPED_TRACE(k.type * 100 + k.first);
+    ASSERT_EQ(XeSetCineSaveRange(src.cine, k.first, k.last), 0);
+    std::string path = Out("out" + std::to_string(k.type) + std::to_string(k.first) + ".cine");
+    ASSERT_EQ(Save(src.cine, path, k.type), 0);
+    Saved out(path);
+    ASSERT_GE(out.status, 0);
+    const uint32_t n = static_cast<uint32_t>(k.last - k.first + 1);
+    EXPECT_EQ(Stored(out.cine), std::make_pair(k.first, n));
+    // A raw save stores the sensor data; a processed one what the save
+    // chain delivers.
+    EXPECT_EQ(Images(out.cine, k.first, n, 3), Images(src.cine, k.first, n, k.type == 0 ? 3 : 2));
+    for (int32_t im = k.first; im <= k.last; ++im) {
+      EXPECT_EQ(Aux(out.cine, im, 1002, 8), Aux(src.cine, im, 1002, 8));
+      EXPECT_EQ(Aux(out.cine, im, 1003, 4), Aux(src.cine, im, 1003, 4));
+      EXPECT_EQ(Aux(out.cine, im, 1004, 6), Aux(src.cine, im, 1004, 6));
+      EXPECT_EQ(Aux(out.cine, im, 1005, 1), Aux(src.cine, im, 1005, 1));
+      EXPECT_EQ(Aux(out.cine, im, 1006, 4), Aux(src.cine, im, 1006, 4));
+    }
+  }
+}
+
+TEST_F(SaveTest, SavingThreadWritesTheSameBytes) {
+  cinetest::Opened src(Recording());
+  for (int16_t type : {0, 1}) {
+    con::XefSetRegistryVal("SaveNoThread", "0");
+    ASSERT_EQ(Save(src.cine, Out("a.cine"), type), 0);
+    con::XefSetRegistryVal("SaveNoThread", "1");
+    ASSERT_EQ(Save(src.cine, Out("b.cine"), type), 0);
+    EXPECT_EQ(ReadFile(Out("a.cine")), ReadFile(Out("b.cine"))) << type;
+  }
+  con::XefSetRegistryVal("SaveNoThread", "0");
+}
+
+std::vector<uint32_t> g_reports;
+uint32_t g_stopAt = 0;
+int32_t StopAt(uint32_t percent, CineHandle) {
+  g_reports.push_back(percent);
+  return percent >= g_stopAt ? 0 : 1;
+}
+
+TEST_F(SaveTest, StoppedSaveLeavesAFileWithTheImagesWritten) {
+  cinetest::Opened src(Recording());
+  for (const char *noThread : {"0", "1"}) {
+    con::XefSetRegistryVal("SaveNoThread", noThread);
+    g_reports.clear();
+    g_stopAt = 30;  // one image per group: stops before the fourth
+    ASSERT_EQ(Save(src.cine, Out("stopped.cine"), 0, StopAt), 0);
+    EXPECT_EQ(g_reports, (std::vector<uint32_t>{0, 10, 20, 30, 100}));
+    Saved out(Out("stopped.cine"));
+    ASSERT_GE(out.status, 0);
+    EXPECT_EQ(Stored(out.cine), std::make_pair(kFirst, 3u));
+    EXPECT_EQ(Images(out.cine, kFirst, 3, 3), Images(src.cine, kFirst, 3, 3));
+    // The table keeps the slots of the whole range.
+    Bytes bytes = ReadFile(Out("stopped.cine"));
+    uint32_t table = fixture::GetU32(bytes, 32);
+    EXPECT_GE(bytes.size(), table + 10 * 8);
+  }
+  con::XefSetRegistryVal("SaveNoThread", "0");
+}
+
+TEST_F(SaveTest, RangeOutsideTheCineGivesAnEmptyValidFile) {
+  cinetest::Opened src(Recording());
+  XeSetCineSaveRange(src.cine, 100, 120);
+  g_reports.clear();
+  g_stopAt = 1000;
+  EXPECT_EQ(Save(src.cine, Out("empty.cine"), 0, StopAt), XE_WARN_RANGE_EMPTY);
+  EXPECT_EQ(g_reports, (std::vector<uint32_t>{100}));
+  Saved out(Out("empty.cine"));
+  ASSERT_GE(out.status, 0);
+  EXPECT_EQ(Stored(out.cine).second, 0u);
+}
+
+TEST_F(SaveTest, GrayCinesSaveProcessedAndRefuseDng) {
+  cinetest::Opened src(Recording(false));
+  ASSERT_EQ(Save(src.cine, Out("gray.cine"), 0), 0);
+  Bytes bytes = ReadFile(Out("gray.cine"));
+  EXPECT_EQ(fixture::GetU16(bytes, 4), 0);  // Compression of a processed cine
+  EXPECT_EQ(Save(src.cine, Out("gray!3.dng"), -26), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(XefIsFileOrDirectory(Out("gray000.dng").c_str()), 0);
+}
+
+// Each save's first report starts a save of the next cine, so that all of
+// them are running at once.
+std::vector<CineHandle> g_chain;
+std::vector<int32_t> g_results;
+int32_t StartNext(uint32_t percent, CineHandle c) {
+  if (percent != 0) return 1;
+  for (size_t i = 0; i + 1 < g_chain.size(); ++i)
+    if (g_chain[i] == c) g_results[i + 1] = XeWriteCineFile(g_chain[i + 1], StartNext);
+  return 1;
+}
+
+TEST_F(SaveTest, TwentyFirstConcurrentSaveIsRefused) {
+  std::vector<std::unique_ptr<cinetest::Opened>> cines;
+  Bytes bytes = Recording();
+  for (int i = 0; i < 21; ++i) {
+    cines.push_back(std::make_unique<cinetest::Opened>(bytes));
+    std::string path = Out("c" + std::to_string(i) + ".cine");
+    XeSetCineSaveOptions(cines.back()->cine, path.c_str(), 0, 0, 100);
+    XeSetCineSaveRange(cines.back()->cine, kFirst, kFirst);
+    g_chain.push_back(cines.back()->cine);
+  }
+  g_results.assign(21, 1);
+  g_results[0] = XeWriteCineFile(g_chain[0], StartNext);
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(g_results[i], 0) << i;
+  EXPECT_EQ(g_results[20], XE_ERR_SAVE_SLOTS_FULL);
+  EXPECT_EQ(XefIsFileOrDirectory(Out("c20.cine").c_str()), 0);
+  g_chain.clear();
+}
+
+TEST_F(SaveTest, FullDiskFailsAndKeepsAValidFile) {
+  cinetest::Opened src(Recording());
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit old{};
+  getrlimit(RLIMIT_FSIZE, &old);
+  rlimit small = old;
+  small.rlim_cur = 7324 + 200 + 80 + 3 * (8 + 256) + 100;  // head, blocks, table, 3 images
+  setrlimit(RLIMIT_FSIZE, &small);
+  int32_t status = Save(src.cine, Out("full.cine"), 0);
+  setrlimit(RLIMIT_FSIZE, &old);
+  EXPECT_EQ(status, XE_ERR_FILE_WRITE);
+  Saved out(Out("full.cine"));
+  ASSERT_GE(out.status, 0);
+  uint32_t n = Stored(out.cine).second;
+  EXPECT_GT(n, 0u);
+  EXPECT_LT(n, kCount);
+  EXPECT_EQ(Images(out.cine, kFirst, n, 3), Images(src.cine, kFirst, n, 3));
+}
+
+TEST_F(SaveTest, OutputInAPathThatCannotBeMadeFails) {
+  cinetest::Opened src(Recording());
+  std::string blocker = Out("file");
+  std::ofstream(blocker) << "x";
+  EXPECT_LT(Save(src.cine, blocker + "/sub/out.cine", 0), 0);
+  EXPECT_EQ(XefIsFileOrDirectory((blocker + "/sub").c_str()), 0);
+}
+
+TEST_F(SaveTest, StillSavesWriteAHeaderFileWithoutTimecode) {
+  cinetest::Opened src(Recording(true, true));
+  XeSetCineSaveRange(src.cine, 0, 1);
+  ASSERT_EQ(Save(src.cine, Out("img!2.tif"), -10), 0);
+  EXPECT_EQ(XefIsFileOrDirectory(Out("img00.tif").c_str()), 2);
+  EXPECT_EQ(XefIsFileOrDirectory(Out("img01.tif").c_str()), 2);
+  Saved chd(Out("img00tif.chd"));
+  ASSERT_GE(chd.status, 0);
+  EXPECT_EQ(Stored(chd.cine), std::make_pair(0, 2u));
+  EXPECT_NE(XefGetCineTaggedBlock(chd.cine, 1003), nullptr);
+  EXPECT_EQ(XefGetCineTaggedBlock(chd.cine, 1007), nullptr);
+}
+
+TEST_F(SaveTest, ClipCutsBlocksAndRefusesTimecode) {
+  cinetest::Opened src(Recording());
+  CineHandle dup = nullptr;
+  ASSERT_EQ(XeDuplicateCine(&dup, src.cine), 0);
+  ImageRange r{kFirst, 4};
+  EXPECT_EQ(XeClipCine(dup, &r), 0);
+  EXPECT_EQ(Stored(dup), std::make_pair(kFirst, 4u));
+  EXPECT_EQ(Aux(dup, kFirst + 3, 1006, 4), Aux(src.cine, kFirst + 3, 1006, 4));
+  EXPECT_EQ(Images(dup, kFirst, 4, 3), Images(src.cine, kFirst, 4, 3));
+  r = ImageRange{500, 3};
+  EXPECT_EQ(XeClipCine(dup, &r), XE_WARN_RANGE_EMPTY);
+  XeDestroyCine(dup);
+
+  cinetest::Opened tc(Recording(true, true));
+  r = ImageRange{kFirst, 2};
+  EXPECT_EQ(XeClipCine(tc.cine, &r), XE_ERR_NULL_CINE);
+  EXPECT_EQ(Stored(tc.cine).second, kCount);
+}
+
+TEST_F(SaveTest, UpdateCineFileSetupWritesAdjustmentsBack) {
+  fixture::TempFile file(Recording());
+  CineHandle c = nullptr;
+  ASSERT_GE(XeNewCineFromFile(file.c_str(), &c), 0);
+  float gamma = 1.7f;
+  ASSERT_EQ(XeSetCineInfo(c, CIS_fGamma, &gamma), 0);
+  EXPECT_EQ(XeSetCineInfo(c, CIS_FlushSetupToFile, &gamma), 0);
+  XeDestroyCine(c);
+  Bytes bytes = file.Read();
+  float stored = 0;
+  std::memcpy(&stored, bytes.data() + 84 + su::kfGamma, 4);
+  EXPECT_FLOAT_EQ(stored, 1.7f);
+}
+
+}  // namespace
