@@ -21,3 +21,9 @@ cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DXEFILE_SANITIZE=ON
 cmake --build build-asan -j "$jobs"
 (cd build-asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --output-on-failure -j "$jobs" -L unit)
+
+# The threaded saves once more under ThreadSanitizer: the saving thread and
+# the table of running saves.
+cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug -DXEFILE_TSAN=ON
+cmake --build build-tsan -j "$jobs" --target saving_tests
+TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/saving_tests --gtest_filter='SaveTest.*'

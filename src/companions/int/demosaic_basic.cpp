@@ -212,21 +212,28 @@ template <typename T>
 }
 
 // The bands, also built for AVX2 (taken at run time where the processor has
-// it): the interleaving of the channels vectorises only there.
-[[gnu::target_clones("avx2", "default")]] void FastBand8(const Bayer &b, uint32_t begin, uint32_t end,
+// it): the interleaving of the channels vectorises only there. A
+// ThreadSanitizer build has one version: the run-time choice would run
+// before the sanitizer is ready.
+#if defined(__SANITIZE_THREAD__)
+#define XE_AVX2_CLONES
+#else
+#define XE_AVX2_CLONES [[gnu::target_clones("avx2", "default")]]
+#endif
+XE_AVX2_CLONES void FastBand8(const Bayer &b, uint32_t begin, uint32_t end,
                                                          const ImageView &out) {
   FastRows<uint8_t>(b, begin, end, out);
 }
-[[gnu::target_clones("avx2", "default")]] void FastBand16(const Bayer &b, uint32_t begin, uint32_t end,
+XE_AVX2_CLONES void FastBand16(const Bayer &b, uint32_t begin, uint32_t end,
                                                           const ImageView &out) {
   FastRows<uint16_t>(b, begin, end, out);
 }
 
-[[gnu::target_clones("avx2", "default")]] void WindowBand8(const Bayer &b, uint32_t begin, uint32_t end,
+XE_AVX2_CLONES void WindowBand8(const Bayer &b, uint32_t begin, uint32_t end,
                                                            const ImageView &out) {
   WindowBayerRows<uint8_t>(b, begin, end, out);
 }
-[[gnu::target_clones("avx2", "default")]] void WindowBand16(const Bayer &b, uint32_t begin, uint32_t end,
+XE_AVX2_CLONES void WindowBand16(const Bayer &b, uint32_t begin, uint32_t end,
                                                             const ImageView &out) {
   WindowBayerRows<uint16_t>(b, begin, end, out);
 }
