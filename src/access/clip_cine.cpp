@@ -15,11 +15,6 @@
 namespace xe {
 namespace {
 
-constexpr uint16_t kTagSkipped = 1000;
-constexpr uint16_t kTagTime1 = 1001;
-constexpr uint16_t kTagTime = 1002;
-constexpr uint16_t kTagExposure = 1003;
-constexpr uint16_t kTagLastPerImage = 1006;
 
 // Copies `count` entries of `per` bytes from index `k` of the data at `from`
 // to the data of the block at `to`, bounded by the area. False when they do
@@ -65,7 +60,7 @@ int32_t ClipBlocks(Cine *c, uint64_t k, uint64_t m, uint64_t *end) {
         WriteBlockHeader(area + wpos, static_cast<uint32_t>(m * 4 + 8), kTagExposure, h.Reserved);
         wpos += m * 4 + 8;
       }
-    } else if (h.Type > kTagTime1 && h.Type <= kTagLastPerImage) {
+    } else if (h.Type > kTagTime1 && h.Type <= kTagAnaSignals) {
       const uint64_t per = BytesPerImage(c, h.Type);
       if (!MoveEntries(area, areaSize, wpos, rpos, held, k, per, m)) return XE_ERR_NULL_CINE;
       WriteBlockHeader(area + wpos, static_cast<uint32_t>(m * per + 8), h.Type, h.Reserved);

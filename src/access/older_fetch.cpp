@@ -25,8 +25,7 @@ constexpr uint32_t kXferPackedRawTarget = 0xC00;
 constexpr uint32_t kXferAlgoShift = 16;
 
 // Save targets that decide how packed samples travel.
-constexpr int16_t kTypeRawCine = 0;
-constexpr int16_t kTypePackedRaw = -26;
+constexpr int16_t kTypePackedRaw = kTypeDng;
 
 bool IsMultiHeadCamera(uint32_t cameraVersion) { return cameraVersion == 6 || cameraVersion == 62; }
 

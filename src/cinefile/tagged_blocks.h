@@ -14,6 +14,16 @@
 namespace xe {
 
 constexpr uint32_t kMaxBlockSize = 80000000;
+
+// The block tags.
+constexpr uint16_t kTagSkipped = 1000;   // not read; kept by the clipper, left out by writers
+constexpr uint16_t kTagTime1 = 1001;     // old form of times and exposures, never in memory
+constexpr uint16_t kTagTime = 1002;
+constexpr uint16_t kTagExposure = 1003;
+constexpr uint16_t kTagRange = 1004;
+constexpr uint16_t kTagBinSignals = 1005;
+constexpr uint16_t kTagAnaSignals = 1006;
+constexpr uint16_t kTagTimecode = 1007;
 constexpr uint32_t kBlockHeaderSize = 8;
 
 // The header of the block at `block`, which must hold 8 bytes.

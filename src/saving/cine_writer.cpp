@@ -17,10 +17,6 @@ constexpr uint32_t kOffImageCount = 20;       // ImageCount in the file header
 constexpr uint32_t kOffTotalImageCount = 12;  // TotalImageCount
 constexpr uint32_t kOffImageOffsets = 32;     // OffImageOffsets
 
-constexpr uint16_t kTagTime1 = 1001;
-constexpr uint16_t kTagTime = 1002;
-constexpr uint16_t kTagExposure = 1003;
-constexpr uint16_t kTagTimecode = 1007;
 
 // A save of more than 4 GiB of a block cannot be described by its BlockSize.
 constexpr uint64_t kMaxWrittenBlock = 0xFFFFFFFFull - kBlockHeaderSize;
@@ -89,7 +85,7 @@ void WriteBlocks(Cine *c, FileHandle f, bool headerFile, int32_t &status) {
     uint64_t held = HeldDataBytes(c, b);
     if (bh.Type == kTagTime1) {
       WriteTime1Block(c, f, b, held, status);
-    } else if (bh.Type > 1001 && bh.Type <= kTagTimecode && !(headerFile && bh.Type == kTagTimecode)) {
+    } else if (bh.Type > kTagTime1 && bh.Type <= kTagTimecode && !(headerFile && bh.Type == kTagTimecode)) {
       uint64_t per = BytesPerImage(c, bh.Type);
       if (per && count * per <= kMaxWrittenBlock) {
         WriteBlockHead(f, count * per, bh.Type, bh.Reserved, status);

@@ -8,10 +8,6 @@
 namespace xe {
 namespace {
 
-constexpr int16_t kTypeAvi = 3;
-constexpr int16_t kTypeQuickTime = 8;
-constexpr int16_t kTypeDng = -26;
-constexpr int16_t kTypeDpx = -27;
 
 // The DNG ColorMatrix1 sets, row by row, chosen by bit 0 of DngFlags. The
 // values are kept as the exact doubles that files written so far carry.

@@ -24,8 +24,6 @@ namespace {
 constexpr uint32_t kMaxSaves = 20;
 constexpr uint32_t kMultiHeadVersion = 62;
 constexpr uint32_t kHeads = 4;
-constexpr int16_t kTypeRawCine = 0;
-constexpr int16_t kTypeCine = 1;
 
 // The running saves; guarded by the save-buffer mutex.
 std::array<Cine *, kMaxSaves> g_saves{};

@@ -30,16 +30,6 @@
 namespace xe {
 namespace {
 
-constexpr int16_t kTypeRawCine = 0;
-constexpr int16_t kTypeCine = 1;
-constexpr int16_t kTypeJpegCine = 2;
-constexpr int16_t kTypeAvi = 3;
-constexpr int16_t kTypeMultipageTiff = 4;
-constexpr int16_t kTypeMpeg = 5;
-constexpr int16_t kTypeMxfPal = 6;
-constexpr int16_t kTypeMxfNtsc = 7;
-constexpr int16_t kTypeQuickTime = 8;
-constexpr int16_t kTypeDng = -26;
 constexpr int16_t kFirstStillType = -27;
 
 bool IsCineFileType(int16_t t) { return t == kTypeRawCine || t == kTypeCine || t == kTypeJpegCine; }

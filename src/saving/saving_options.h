@@ -10,6 +10,25 @@ struct Cine;
 
 namespace xe {
 
+// FileType codes: negative ones write a file per image.
+enum FileTypeCode : int16_t {
+  kTypeRawCine = 0,
+  kTypeCine = 1,
+  kTypeJpegCine = 2,
+  kTypeAvi = 3,
+  kTypeMultipageTiff = 4,
+  kTypeMpeg = 5,
+  kTypeMxfPal = 6,
+  kTypeMxfNtsc = 7,
+  kTypeQuickTime = 8,
+  kTypeTiff8 = -8,
+  kTypeTiff12 = -9,
+  kTypeTiff16 = -10,
+  kTypeRaw = -25,
+  kTypeDng = -26,
+  kTypeDpx = -27,
+};
+
 struct SavingOptions {
   int32_t SaveFirst;             // first image to save; 0x80000000 with SaveCount ~0: whole cine
   uint32_t SaveCount;

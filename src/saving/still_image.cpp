@@ -13,12 +13,6 @@
 namespace xe {
 namespace {
 
-constexpr int16_t kTypeTiff8 = -8;
-constexpr int16_t kTypeTiff12 = -9;
-constexpr int16_t kTypeTiff16 = -10;
-constexpr int16_t kTypeRaw = -25;
-constexpr int16_t kTypeDng = -26;
-constexpr int16_t kTypeDpx = -27;
 
 // The still formats of the imaging plugin. Its table has no still writer
 // yet: a loaded plugin answers as for a missing entry point.
