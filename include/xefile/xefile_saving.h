@@ -98,6 +98,78 @@ XEFILE_API int32_t XeClipCine(CineHandle cine, ImageRange *range);
 XEFILE_API void XefFormatRangeData(CineHandle cine, int32_t imageNo, uint32_t mode, uint32_t item,
                                    char *out);
 
+/* ---- Writing a cine image by image ----------------------------------------
+ * For callers that produce images themselves (a simulation, another camera's
+ * files): the recording's Setup and image header are given once, then each
+ * image with its time, exposure and optional per-image data. The file is a
+ * valid cine after every image: its header always counts the images written
+ * so far, so a crash or a full disk loses at most the image being written.
+ * Memory stays bounded whatever the length: images go straight to disk.
+ *
+ *   XeCineWriterParams p = {0};
+ *   p.Setup = &setup;              (FrameRate, CFA, RealBPP, signals, ...)
+ *   p.Bmih = bmih;                 (biWidth, biHeight, biBitCount 8/16/24/48)
+ *   p.FirstImageNo = -100;         (images before the trigger are negative)
+ *   p.TriggerTime = trigger;
+ *   XefCineWriterOpen("out.cine", &p, &w);
+ *   for each image: XefCineWriterAddImage(w, pixels, &time, exposure, NULL);
+ *   XefCineWriterClose(w);
+ *
+ * Per-image blocks: times and exposures always; range data when the Setup's
+ * RangeSize is not 0; binary signals when BinChannels and SamplesPerImage are
+ * not 0; analog signals when AnaChannels and SamplesPerImage are not 0;
+ * timecode when Timecode is set in the parameters. Room for MaxImages images
+ * is reserved behind the Setup (as a sparse hole); the blocks are cut to the
+ * images written when the writer is closed. */
+typedef struct XeCineWriter *CineWriterHandle;
+
+typedef struct XeCineWriterParams {
+    const Setup *Setup;           /* copied; Length is set to the record's size */
+    BitmapInfoHeader Bmih;        /* biSizeImage and biPlanes are computed */
+    uint16_t Compression;         /* XE_COMPRESSION_RAW (raw mosaic, Setup CFA not 0) or
+                                     XE_COMPRESSION_GRAY_COLOR */
+    uint16_t Timecode;            /* non-zero: a timecode block (1007) */
+    int32_t FirstImageNo;         /* number of the first image written */
+    Time64 TriggerTime;
+    uint32_t MaxImages;           /* room reserved; 0 means 1048576 */
+} XeCineWriterParams;
+
+/* Optional per-image data; a null pointer writes zeros. */
+typedef struct XeCineImageExtra {
+    const void *RangeData;        /* RangeSize bytes */
+    const void *BinSignals;       /* (BinChannels + 7) / 8 * SamplesPerImage bytes */
+    const void *AnaSignals;       /* AnaChannels * SamplesPerImage 16-bit samples */
+    const TC *Timecode;
+} XeCineImageExtra;
+
+/* Creates the file. XE_ERR_NOT_SUPPORTED for a header the cine format cannot
+ * hold (depth, compression, size), XE_ERR_FILE_OPEN when it cannot be made. */
+XEFILE_API int32_t XefCineWriterOpen(const char *path, const XeCineWriterParams *params,
+                                     CineWriterHandle *out);
+/* Appends the next image: biSizeImage bytes of pixels, rows bottom-up padded
+ * to 4 bytes. `time` may be null: the trigger time plus the image's place at
+ * the Setup's FrameRate. XE_ERR_NOT_SUPPORTED past MaxImages. */
+XEFILE_API int32_t XefCineWriterAddImage(CineWriterHandle writer, const uint8_t *pixels,
+                                         const Time64 *time, uint32_t exposure,
+                                         const XeCineImageExtra *extra);
+/* Images written so far. */
+XEFILE_API uint32_t XefCineWriterImageCount(CineWriterHandle writer);
+/* Cuts the blocks to the images written, closes the file and frees the
+ * writer (also after a failure: the file keeps the images written). */
+XEFILE_API int32_t XefCineWriterClose(CineWriterHandle writer);
+
+/* ---- Image search -----------------------------------------------------------
+ * From the cine's current image (CIS_PtrImageRangeFirst), forward (direction
+ * 0) or backward (1), to the first image whose event bit (bit 1 of its time's
+ * fractions) is 0 (*condition 0), 1 (1), or differs from the start image's
+ * (2). The start image is not examined, nor is the last image of the
+ * direction: *found is left on it with XE_INFO_SEARCH_AT_END. kind must be 0;
+ * progress may be null (return 0 to stop). */
+typedef int32_t (*XeSearchProgress)(int32_t imageNo, uint32_t reserved, CineHandle cine);
+XEFILE_API int32_t XefCineImageSearch(CineHandle cine, uint32_t direction, uint32_t kind,
+                                      uint32_t *condition, uint64_t conditionSize, int32_t *found,
+                                      XeSearchProgress progress);
+
 /* ---- Files and directories ('/' separates) ------------------------------ */
 /* 1 when the path is a directory afterwards; creates the missing parents. */
 XEFILE_API int32_t XefMakeDirectory(const char *path);

@@ -1,0 +1,145 @@
+// A cine written image by image: readable after every image, complete and
+// compact after closing.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "fixtures/cine_builder.h"
+#include "xefile/xefile.h"
+
+namespace {
+
+struct Written {
+  ::Setup setup{};
+  XeCineWriterParams params{};
+  std::vector<uint8_t> pixels;
+  Written() {
+    setup.CFA = 1;
+    setup.RealBPP = 12;
+    setup.FrameRate = 1000;
+    setup.BinChannels = 4;
+    setup.AnaChannels = 2;
+    setup.SamplesPerImage = 1;
+    setup.RangeCode = 1;
+    setup.RangeSize = 6;
+    params.Setup = &setup;
+    params.Bmih.biWidth = 8;
+    params.Bmih.biHeight = 4;
+    params.Bmih.biBitCount = 16;
+    params.Compression = XE_COMPRESSION_RAW;
+    params.Timecode = 1;
+    params.FirstImageNo = -2;
+    params.TriggerTime = Time64{0, 1700000000};
+    params.MaxImages = 8;
+    pixels.resize(8 * 4 * 2);
+  }
+  const uint8_t *Image(uint32_t i) {
+    for (size_t k = 0; k < pixels.size(); ++k) pixels[k] = static_cast<uint8_t>(i * 7 + k);
+    return pixels.data();
+  }
+};
+
+struct Opened {
+  CineHandle cine = nullptr;
+  int32_t status;
+  explicit Opened(const std::string &path) { status = XeNewCineFromFile(path.c_str(), &cine); }
+  ~Opened() { XeDestroyCine(cine); }
+};
+
+uint32_t Count(CineHandle c) {
+  uint32_t n = 0;
+  XeGetCineInfo(c, CIS_ImageCount, &n);
+  return n;
+}
+
+std::vector<uint8_t> Raw(CineHandle c, int32_t image) {
+  XeSetUseCase(c, 3);
+  uint32_t size = 0;
+  XeGetCineInfo(c, CIS_MaxImageSizeColor, &size);
+  std::vector<uint8_t> px(size);
+  ImageRange r{image, 1};
+  ImageHeader h{};
+  EXPECT_GE(XeGetCineImage(c, &r, px.data(), size, &h), 0);
+  px.resize(h.biSizeImage);
+  return px;
+}
+
+TEST(CineStreamWriter, ReadableAfterEveryImageAndCompactWhenClosed) {
+  fixture::TempDir dir;
+  std::string path = dir.path() + "/s.cine", copy = dir.path() + "/copy.cine";
+  Written in;
+  CineWriterHandle w = nullptr;
+  ASSERT_EQ(XefCineWriterOpen(path.c_str(), &in.params, &w), 0);
+  for (uint32_t i = 0; i < 5; ++i) {
+    uint8_t range[6] = {uint8_t(i), 1, 2, 3, 4, 5}, bin = uint8_t(i & 0xF);
+    int16_t ana[2] = {int16_t(i * 10), int16_t(-1)};
+    TC tc{};
+    std::memset(&tc, static_cast<int>(i), sizeof tc);
+    XeCineImageExtra extra{range, &bin, ana, &tc};
+    Time64 t{i << 2, 1700000000};
+    ASSERT_EQ(XefCineWriterAddImage(w, in.Image(i), i == 4 ? nullptr : &t, 100 + i, &extra), 0);
+    // The writer holds the file alone; a copy shows what a reader would see.
+    std::ifstream src(path, std::ios::binary);
+    fixture::Bytes bytes((std::istreambuf_iterator<char>(src)), {});
+    fixture::TempFile now(bytes);
+    Opened o(now.path());
+    ASSERT_GE(o.status, 0) << i;
+    EXPECT_EQ(Count(o.cine), i + 1);
+    EXPECT_EQ(Raw(o.cine, -2 + int32_t(i)), std::vector<uint8_t>(in.Image(i), in.Image(i) + 64));
+  }
+  EXPECT_EQ(XefCineWriterImageCount(w), 5u);
+  ASSERT_EQ(XefCineWriterClose(w), 0);
+
+  Opened o(path);
+  ASSERT_GE(o.status, 0);
+  EXPECT_EQ(Count(o.cine), 5u);
+  for (int32_t im = -2; im < 3; ++im) {
+    uint32_t i = uint32_t(im + 2);
+    EXPECT_EQ(Raw(o.cine, im), std::vector<uint8_t>(in.Image(i), in.Image(i) + 64));
+    uint32_t exposure = 0;
+    EXPECT_EQ(XefCineImageExposure(o.cine, im, &exposure), 1);
+    EXPECT_EQ(exposure, 100 + i);
+    uint8_t range[6] = {};
+    EXPECT_EQ(XeGetCineAuxData(o.cine, im, 1004, 6, range), 0);
+    EXPECT_EQ(range[0], i);
+    int16_t ana[2] = {};
+    EXPECT_EQ(XeGetCineAuxData(o.cine, im, 1006, 4, ana), 0);
+    EXPECT_EQ(ana[0], int16_t(i * 10));
+  }
+  // The image without a time got the trigger time plus its place at 1000 fps.
+  Time64 t{};
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 2, 1002, 8, &t), 0);
+  EXPECT_EQ(t.seconds, 1700000000u);
+  EXPECT_NEAR(t.fractions / 4294967296.0, 0.002, 1e-6);
+  // Closed, the blocks hold just the five images: 5 x (8+4+1+4+6+8) + 6 x 8.
+  std::ifstream f(path, std::ios::binary);
+  fixture::Bytes bytes((std::istreambuf_iterator<char>(f)), {});
+  EXPECT_EQ(fixture::GetU32(bytes, 32), 7324u + 5 * 31 + 6 * 8);
+}
+
+TEST(CineStreamWriter, RefusesWhatTheFormatCannotHold) {
+  fixture::TempDir dir;
+  std::string path = dir.path() + "/r.cine";
+  Written in;
+  CineWriterHandle w = nullptr;
+  in.params.Bmih.biBitCount = 12;
+  EXPECT_EQ(XefCineWriterOpen(path.c_str(), &in.params, &w), XE_ERR_NOT_SUPPORTED);
+  in.params.Bmih.biBitCount = 16;
+  in.params.MaxImages = 2;
+  ASSERT_EQ(XefCineWriterOpen(path.c_str(), &in.params, &w), 0);
+  EXPECT_EQ(XefCineWriterAddImage(w, in.Image(0), nullptr, 0, nullptr), 0);
+  EXPECT_EQ(XefCineWriterAddImage(w, in.Image(1), nullptr, 0, nullptr), 0);
+  EXPECT_EQ(XefCineWriterAddImage(w, in.Image(2), nullptr, 0, nullptr), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(XefCineWriterClose(w), 0);
+  Opened o(path);
+  ASSERT_GE(o.status, 0);
+  EXPECT_EQ(Count(o.cine), 2u);
+  EXPECT_EQ(XefCineWriterOpen((dir.path() + "/no/such/dir/x.cine").c_str(), &in.params, &w),
+            XE_ERR_FILE_OPEN);
+}
+
+}  // namespace
