@@ -1,6 +1,7 @@
 // The range record of an image as text, in the forms of the range code.
 #include "ui/range_data_text.h"
 
+#include <algorithm>
 #include <string>
 
 #include "cinefile/cine_test_support.h"
@@ -47,9 +48,10 @@ TEST(RangeDataText, TrackingRecordWithNegativeAzimuth) {
   p.U32(456 | (123 << 10) | (1u << 22) | (200u << 23));  // -123.456, day 200
   p.U32(7 | (250 << 10) | (30 << 20) | (45u << 26));     // site 7, 45:30.250
   p.U32(13 | (5 << 5) | (10 << 15) | (3u << 28));        // 13 h, 10.005, status bits
-  Bytes records(16, 0);
-  records.insert(records.end(), p.bytes().begin(), p.bytes().end());
-  records.resize(48, 0xAB);
+  // The record of the second image, between a zero one and a filler one.
+  Bytes records(48, 0xAB);
+  std::fill(records.begin(), records.begin() + 16, uint8_t{0});
+  std::copy(p.bytes().begin(), p.bytes().end(), records.begin() + 16);
   Opened o(RangeCine(16, records));
   ASSERT_EQ(o.status, 0);
   EXPECT_EQ(Text(o.cine, 6, 2, 0),
