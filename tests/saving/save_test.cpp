@@ -15,6 +15,7 @@
 #include "companions/con/settings.h"
 #include "fixtures/cine_builder.h"
 #include "saving/cine_writer.h"
+#include "saving/tiff.h"
 #include "xefile/xefile.h"
 
 namespace {
@@ -260,6 +261,32 @@ TEST_F(SaveTest, StillSavesWriteAHeaderFileWithoutTimecode) {
   EXPECT_EQ(Stored(chd.cine), std::make_pair(0, 2u));
   EXPECT_NE(XefGetCineTaggedBlock(chd.cine, 1003), nullptr);
   EXPECT_EQ(XefGetCineTaggedBlock(chd.cine, 1007), nullptr);
+}
+
+TEST_F(SaveTest, TiffSavesOfARawColourCineReadBack) {
+  cinetest::Opened src(Recording());
+  XeSetCineSaveRange(src.cine, 0, 2);
+  uint32_t save16 = 1;
+  XeSetCineInfo(src.cine, CIS_Save16Bit, &save16);
+  // Type, file of image 1, bits per pixel written.
+  struct Case {
+    int16_t type;
+    const char *pattern, *file;
+    uint16_t bits;
+  } cases[] = {{-8, "e!1.tif", "e1.tif", 24}, {-9, "t!1.tif", "t1.tif", 36},
+               {-10, "s!1.tif", "s1.tif", 48}, {4, "m.tif", "m.tif", 24}};
+  for (const Case &k : cases) {
+    SCOPED_TRACE(k.type);
+    ASSERT_EQ(Save(src.cine, Out(k.pattern), k.type), 0);
+    bool little = false;
+    BitmapInfoHeader h{};
+    std::vector<uint8_t> px;
+    ASSERT_EQ(xe::ReadTiffFile(Out(k.file).c_str(), &little, &h, &px), 0);
+    EXPECT_TRUE(little);
+    EXPECT_EQ(h.biWidth, 16);
+    EXPECT_EQ(h.biHeight, 8);
+    EXPECT_EQ(h.biBitCount, k.bits);
+  }
 }
 
 TEST_F(SaveTest, ClipCutsBlocksAndRefusesTimecode) {
