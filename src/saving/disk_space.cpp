@@ -31,7 +31,7 @@ bool OnNearestExisting(const char *path, Query query) {
     size_t sep = p.find_last_of('/');
     if (sep == std::string::npos) {
       if (p == ".") return false;
-      p = ".";
+      p.assign(1, '.');
     } else {
       p.resize(sep == 0 ? 1 : sep);
     }

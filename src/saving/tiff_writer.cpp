@@ -8,6 +8,7 @@
 // strip of top-down rows without padding.
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 #include <memory>
 
 #include "companions/con/log.h"
@@ -223,50 +224,47 @@ int32_t WriteTiffFile(const char *name, int16_t fileType, const BitmapInfoHeader
   Merge(status, XefFileWrite(f, head, sizeof head));
   Merge(status, WriteTiffIfd(f, fileType, &h, time));
 
-  // Twice the image: room for 8-bit samples widened to 16 bits.
-  const size_t imageSize = intl::XefPixarSize(&h);
-  std::unique_ptr<uint8_t, decltype(&FreeMemory)> work(
-      static_cast<uint8_t *>(AllocZeroed(2 * static_cast<uint64_t>(imageSize))), FreeMemory);
-  if (!work) {
-    Merge(status, XE_ERR_NO_MEMORY);
-    XefFileClose(f);
-    return status;
-  }
-  uint8_t *data = work.get();
-  std::memcpy(data, pixels, imageSize);
+  // The picture from its top row, rows without padding (12-bit rows cut to a
+  // multiple of 4 pixels), each row made ready in one pass through a scratch
+  // row of twice its size: full-scale samples, RGB order, then the depth of
+  // the file. The buffers stay with the thread from image to image.
   const bool wide = intl::XefIs16BitDIB(&h);
-  if (wide) ScaleToFullScale(data, imageSize / 2, h.biClrImportant);
-
-  Merge(status, intl::XeFlips(&h, data, 0, 1));
-  // Rows without padding; 12-bit rows cut to a multiple of 4 pixels.
+  const bool colour = intl::XefIsColorDIB(&h);
   const size_t stride = intl::XefMemWidth(&h);
+  const uint32_t rows = static_cast<uint32_t>(h.biHeight);
   if (fileType == -9) h.biWidth &= ~3;
   const size_t rowBytes = static_cast<size_t>(h.biWidth) * h.biBitCount / 8;
-  const uint32_t rows = static_cast<uint32_t>(h.biHeight);
-  for (uint32_t r = 1; r < rows; ++r)
-    std::memmove(data + rowBytes * r, data + stride * r, rowBytes);
-  size_t size = rowBytes * rows;
-  if (intl::XefIsColorDIB(&h))
-    tiff::SwapColours(data, static_cast<uint32_t>(h.biWidth), rows, rowBytes, wide);
-
-  if (fileType == -9 || fileType == -10) {
-    if (!wide) {
-      tiff::ExpandTo16(data, size);
-      size *= 2;
-    }
-    if (fileType == -9) {
-      if (!tiff::Pack12(data, size / 2)) {
+  const bool deepFile = fileType == -9 || fileType == -10;
+  size_t outRow = rowBytes;
+  if (deepFile && !wide) outRow *= 2;
+  if (fileType == -9) outRow = outRow * 3 / 4;
+  if (!deepFile && wide) outRow /= 2;
+  thread_local std::vector<uint8_t> scratch, data;
+  scratch.resize(2 * rowBytes + 4);
+  data.resize(outRow * rows);
+  for (uint32_t r = 0; r < rows; ++r) {
+    uint8_t *row = scratch.data();
+    std::memcpy(row, pixels + stride * (rows - 1 - r), rowBytes);
+    if (wide) ScaleToFullScale(row, rowBytes / 2, h.biClrImportant);
+    if (colour) tiff::SwapColours(row, static_cast<uint32_t>(h.biWidth), 1, rowBytes, wide);
+    size_t bytes = rowBytes;
+    if (deepFile) {
+      if (!wide) {
+        tiff::ExpandTo16(row, bytes);
+        bytes *= 2;
+      }
+      if (fileType == -9 && !tiff::Pack12(row, bytes / 2)) {
         ShowTableMessage(kMsgErrorWritingImage);
         XefFileClose(f);
         return status = MergeStatus(status, XE_ERR_FILE_WRITE);
       }
-      size = size * 3 / 4;
+    } else if (wide) {
+      tiff::KeepHighBytes(row, bytes / 2);
     }
-  } else if (wide) {
-    tiff::KeepHighBytes(data, size / 2);
-    size /= 2;
+    std::memcpy(data.data() + outRow * r, row, outRow);
   }
-  Merge(status, XefFileWrite(f, data, static_cast<uint32_t>(size)));
+  const size_t size = data.size();
+  Merge(status, XefFileWrite(f, data.data(), static_cast<uint32_t>(size)));
   XefFileClose(f);
   return status;
 }
