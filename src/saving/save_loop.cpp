@@ -342,6 +342,10 @@ int32_t SaveCine(Cine *cine, pfnCallback cb) {
   if (!job.Writer) return status;
   Cine *w = job.Writer;
   Merge(status, ClipSaveRange(w));
+  // A save crops and resamples to what the view of the present settings
+  // would show: the view chain is brought up to date first.
+  if (w->CineUseCase == kUseCaseView) Merge(status, RefreshCineProcessingParams(w));
+  else Merge(status, XeSetUseCase(w, kUseCaseView));
   Merge(status, XeSetUseCase(w, kUseCaseSave));
   if (w->IsFileCine) {
     Merge(status, Duplicate(w, &job.Reader));
