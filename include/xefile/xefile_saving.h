@@ -158,6 +158,18 @@ XEFILE_API uint32_t XefCineWriterImageCount(CineWriterHandle writer);
  * writer (also after a failure: the file keeps the images written). */
 XEFILE_API int32_t XefCineWriterClose(CineWriterHandle writer);
 
+/* ---- One image to a still file ------------------------------------------
+ * An image the caller holds (rows bottom-up, padded to 4 bytes; 8, 16, 24 or
+ * 48 bits) to one file of a still FileType (-27 to -1), as a save writes
+ * each image: -8, -9, -10 TIFF of 8/24, 12/36 and 16/48 bits (16-bit samples
+ * are scaled to full scale by 65536 / biClrImportant), -25 RAW. Other 16-bit
+ * types get 8-bit samples (the top byte). `quality` 1 to 100 for the JPEG
+ * types; `options` may be null, or point to the RawFileOptions word for -25;
+ * `time` (may be null: now) goes into the TIFF date. */
+XEFILE_API int32_t XeSaveImageToFile(const char *name, const BitmapInfoHeader *header,
+                                     const uint8_t *pixels, int16_t fileType, int32_t quality,
+                                     const void *options, const Time64 *time);
+
 /* ---- Image search -----------------------------------------------------------
  * From the cine's current image (CIS_PtrImageRangeFirst), forward (direction
  * 0) or backward (1), to the first image whose event bit (bit 1 of its time's

@@ -1,5 +1,6 @@
 #include "saving/still_image.h"
 
+#include <cstring>
 #include <vector>
 
 #include "companions/int/depth.h"
@@ -8,6 +9,7 @@
 #include "formats/raw_image.h"
 #include "frame/plugins.h"
 #include "frame/status.h"
+#include "info/selectors.h"
 #include "saving/tiff.h"
 
 namespace xe {
@@ -60,3 +62,24 @@ int32_t WriteStillImage(const char *name, const ImageHeader *header, const uint8
 }
 
 }  // namespace xe
+
+using namespace xe;
+
+extern "C" XEFILE_API int32_t XeSaveImageToFile(const char *name, const BitmapInfoHeader *header,
+                                                const uint8_t *pixels, int16_t fileType,
+                                                int32_t quality, const void *options,
+                                                const Time64 *time) {
+  int32_t status = XE_OK;
+  ErrCodeOnExit log(status);
+  if (!name || !header || !pixels) return status = XE_ERR_NULL_ARGUMENT;
+  ImageHeader h{};
+  std::memcpy(&h, header, sizeof *header);
+  h.biSize = sizeof h;
+  StillOptions o;
+  o.QFactor = QFactorOfQuality(static_cast<uint32_t>(quality));
+  if (options) std::memcpy(&o.RawFileOptions, options, sizeof o.RawFileOptions);
+  // The Setup of a single image is the library's own: a zero gain reduces
+  // 16-bit samples to their top byte.
+  static const Setup kNoSetup{};
+  return status = WriteStillImage(name, &h, pixels, fileType, o, time, &kNoSetup);
+}
