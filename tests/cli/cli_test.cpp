@@ -1,0 +1,389 @@
+// The xefile tool run as a program on generated cines: its outputs against
+// the library's own answers, its exit statuses and one-line messages, and a
+// save stopped by SIGINT.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "fixtures/cine_builder.h"
+#include "xefile/xefile.h"
+
+extern char **environ;
+
+namespace {
+
+using fixture::Bytes;
+using fixture::Payload;
+namespace su = fixture::setup;
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+constexpr int32_t kFirst = -3;
+constexpr uint32_t kCount = 10;
+
+std::string ReadText(const std::string &path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+std::vector<std::string> Lines(const std::string &text) {
+  std::vector<std::string> lines;
+  std::stringstream s(text);
+  for (std::string line; std::getline(s, line);) lines.push_back(line);
+  return lines;
+}
+
+struct Outcome {
+  int code = -1;
+  std::string out, err;
+};
+
+// Starts the tool with its output and errors going to files in `dir`.
+pid_t Start(const std::vector<std::string> &args, const std::string &dir) {
+  std::vector<std::string> all{XEFILE_TOOL};
+  all.insert(all.end(), args.begin(), args.end());
+  std::vector<char *> argv;
+  for (std::string &a : all) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 1, (dir + "/stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  posix_spawn_file_actions_addopen(&actions, 2, (dir + "/stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  pid_t pid = -1;
+  EXPECT_EQ(posix_spawn(&pid, XEFILE_TOOL, &actions, nullptr, argv.data(), environ), 0);
+  posix_spawn_file_actions_destroy(&actions);
+  return pid;
+}
+
+Outcome Finish(pid_t pid, const std::string &dir) {
+  Outcome r;
+  int status = 0;
+  if (pid > 0 && waitpid(pid, &status, 0) == pid)
+    r.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  r.out = ReadText(dir + "/stdout");
+  r.err = ReadText(dir + "/stderr");
+  return r;
+}
+
+class CliTest : public ::testing::Test {
+ protected:
+  void SetUp() override { XeStartXeFile(); }
+  void TearDown() override { XeStopXeFile(); }
+
+  std::string Path(const std::string &name) const { return dir.path() + "/" + name; }
+  Outcome Tool(const std::vector<std::string> &args) const { return Finish(Start(args, dir.path()), dir.path()); }
+  // A failure: non-zero, nothing on standard output, one line on standard
+  // error that starts with the tool's name.
+  static void ExpectOneLineFailure(const Outcome &r, const std::string &part) {
+    EXPECT_NE(r.code, 0) << r.err;
+    EXPECT_EQ(r.out, "");
+    ASSERT_EQ(Lines(r.err).size(), 1u) << r.err;
+    EXPECT_EQ(r.err.rfind("xefile: ", 0), 0u) << r.err;
+    EXPECT_NE(r.err.find(part), std::string::npos) << r.err;
+  }
+
+  fixture::TempDir dir;
+};
+
+// A raw colour recording of 12-bit samples, 16 x 8, images -3 to 6, with
+// times (event bit on images 1 and 2), exposures, signals, range data and
+// timecode.
+std::string Recording(const std::string &path) {
+  fixture::CineBuilder b;
+  b.Compression(2).Image(16, 8, 16, 0, 4096).Images(kFirst, kCount).TriggerTime(0x80000003, 1790000000);
+  b.setup()
+      .SetU32(su::kCFA, 1)
+      .SetU32(su::kEnableColor, 1)
+      .SetU32(su::kRealBPP, 12)
+      .SetU32(su::kWhiteLevel, 4095)
+      .SetU32(su::kFrameRate, 1000)
+      .SetU32(su::kShutterNs, 250000)
+      .SetU32(su::kSerial, 4711)
+      .SetF32(su::kfGain, 1.0f)
+      .SetF32(su::kfSaturation, 1.0f)
+      .SetF32(su::kfGamma, 1.0f)
+      .SetF32(su::kWBView, 1.0f)
+      .SetF32(su::kWBView + 4, 1.0f)
+      .SetU16(su::kBinChannels, 4)
+      .SetU16(su::kSamplesPerImage, 1)
+      .SetU16(su::kAnaChannels, 2)
+      .SetU32(su::kRangeCode, 1)
+      .SetU32(su::kRangeSize, 6)
+      .SetText(su::kCineName, "fixture");
+  Payload times, exposures, bin, ana, range, tc;
+  for (uint32_t i = 0; i < kCount; ++i) {
+    const int32_t n = kFirst + static_cast<int32_t>(i);
+    const bool event = n == 1 || n == 2;
+    // Half a second after 1790000000, one millisecond apart.
+    times.Time(((0x80000000u + static_cast<uint32_t>(n) * 4294967u) & ~3u) | 1u | (event ? 2u : 0u),
+               1790000000);
+    exposures.U32(1073742 + 1000 * i);  // about 250 us
+    bin.U8(static_cast<uint8_t>(i & 0xF));
+    ana.U16(static_cast<uint16_t>(100 * i)).U16(static_cast<uint16_t>(65535 - i));
+    for (uint32_t k = 0; k < 6; ++k) range.U8(static_cast<uint8_t>(i * 6 + k));
+    tc.U8(static_cast<uint8_t>(i)).U8(0x30).U8(0x15).U8(0x12).U32(0);  // 12:15:30:0i
+  }
+  b.AddBlock(1002, times).AddBlock(1003, exposures).AddBlock(1005, bin).AddBlock(1006, ana);
+  b.AddBlock(1004, range).AddBlock(1007, tc);
+  const Bytes bytes = b.Build();
+  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char *>(bytes.data()),
+                                              static_cast<std::streamsize>(bytes.size()));
+  return path;
+}
+
+struct Opened {
+  CineHandle h = nullptr;
+  int32_t status = 0;
+  explicit Opened(const std::string &path) { status = XeNewCineFromFile(path.c_str(), &h); }
+  ~Opened() { XeDestroyCine(h); }
+  uint32_t Get(uint32_t selector) const { return XevGetCineInfo(h, selector); }
+};
+
+TEST_F(CliTest, HelpOfEverySubcommand) {
+  for (const char *sub : {"", "info", "times", "extract", "convert", "search", "demo"}) {
+    std::vector<std::string> args;
+    if (*sub) args.push_back(sub);
+    args.push_back("--help");
+    Outcome r = Tool(args);
+    EXPECT_EQ(r.code, 0) << sub;
+    EXPECT_NE(r.out.find("Usage:"), std::string::npos) << sub;
+    EXPECT_EQ(r.err, "") << sub;
+  }
+  EXPECT_NE(Tool({"convert", "--help"}).out.find("tiff16"), std::string::npos);
+}
+
+TEST_F(CliTest, InfoJsonAgreesWithTheLibrary) {
+  const std::string file = Recording(Path("rec.cine"));
+  Outcome r = Tool({"info", file, "--json"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  const Json j = Json::parse(r.out);
+  Opened c(file);
+  ASSERT_GE(c.status, 0);
+  BitmapInfoHeader bmih{};
+  XeGetCineBMIH(c.h, &bmih);
+  EXPECT_EQ(j["width"], bmih.biWidth);
+  EXPECT_EQ(j["height"], bmih.biHeight);
+  EXPECT_EQ(j["bits_per_pixel"], bmih.biBitCount);
+  EXPECT_EQ(j["bits_per_sample"], c.Get(CIS_RealBPP));
+  EXPECT_EQ(j["color"], XefIsColorCine(c.h) == 1);
+  EXPECT_EQ(j["compression"], c.Get(CIS_Compression));
+  EXPECT_EQ(j["camera"]["serial"], c.Get(CIS_Serial));
+  EXPECT_EQ(j["frame_rate"], c.Get(CIS_FrameRate));
+  EXPECT_EQ(j["shutter_ns"], c.Get(CIS_ShutterNs));
+  EXPECT_EQ(j["cine_name"], "fixture");
+  int32_t first = 0, last = 0;
+  XeGetCineRange(c.h, &first, &last);
+  EXPECT_EQ(j["recorded_range"]["first"], first);
+  EXPECT_EQ(j["recorded_range"]["last"], last);
+  EXPECT_EQ(j["stored_range"]["first"], static_cast<int32_t>(c.Get(CIS_FirstImageNo)));
+  EXPECT_EQ(j["stored_range"]["count"], c.Get(CIS_ImageCount));
+  EXPECT_EQ(j["trigger_time"]["seconds"], c.Get(CIS_TriggerSeconds));
+  EXPECT_EQ(j["trigger_time"]["fractions"], c.Get(CIS_TriggerFractions));
+  double fromTrigger = 0;
+  XefTimeFromTrigger(c.h, kFirst + kCount - 1, &fromTrigger);
+  EXPECT_DOUBLE_EQ(j["time_range"]["last_from_trigger_s"].get<double>(), fromTrigger);
+  uint32_t e0 = 0, e9 = 0;
+  XefCineImageExposure(c.h, kFirst, &e0);
+  XefCineImageExposure(c.h, kFirst + kCount - 1, &e9);
+  EXPECT_NEAR(j["exposure_us"]["min"].get<double>(), e0 * 1e6 / 4294967296.0, 1e-9);
+  EXPECT_NEAR(j["exposure_us"]["max"].get<double>(), e9 * 1e6 / 4294967296.0, 1e-9);
+  EXPECT_NEAR(j["frame_interval_us"]["mean"].get<double>(), 4294967u * 1e6 / 4294967296.0, 1e-3);
+  EXPECT_EQ(j["timecode"]["first_image"], "12:15:30:00");
+  EXPECT_EQ(j["signals"]["binary_channels"], 4);
+  EXPECT_EQ(j["signals"]["analog_channels"], 2);
+  EXPECT_EQ(j["range_data"]["code"], 1);
+  EXPECT_EQ(j["blocks"], Json({"times", "exposures", "range_data", "binary_signals", "analog_signals",
+                               "timecode"}));
+  // The text form tells the same.
+  r = Tool({"info", file});
+  EXPECT_EQ(r.code, 0);
+  EXPECT_NE(r.out.find("-3 to 6 (10 images)"), std::string::npos) << r.out;
+}
+
+TEST_F(CliTest, TimesCsvHasALinePerImage) {
+  const std::string file = Recording(Path("rec.cine"));
+  Outcome r = Tool({"times", file, "--csv"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  const std::vector<std::string> lines = Lines(r.out);
+  ASSERT_EQ(lines.size(), kCount + 1);
+  EXPECT_EQ(lines[0], "image,time_utc,time_local,from_trigger_s,exposure_us,event,timecode");
+  EXPECT_EQ(lines[1].rfind("-3,2026-09-21T", 0), 0u) << lines[1];
+  EXPECT_NE(lines[5].find(",1,12:15:30:04"), std::string::npos) << lines[5];  // image 1: event
+  EXPECT_NE(lines[4].find(",0,12:15:30:03"), std::string::npos) << lines[4];
+  r = Tool({"times", file, "--range", "0:1"});
+  EXPECT_EQ(Lines(r.out).size(), 3u);
+}
+
+TEST_F(CliTest, ExtractWritesTheImageFormatOfTheExtension) {
+  const std::string file = Recording(Path("rec.cine"));
+  struct Case {
+    std::string name;
+    std::vector<std::string> extra;
+    std::string head;
+    size_t samples;
+  } cases[] = {{"a.ppm", {}, "P6\n16 8\n65535\n", 16 * 8 * 3},
+               {"r.pgm", {"--raw"}, "P5\n16 8\n65535\n", 16 * 8},
+               {"a.tif", {}, std::string("II*\0", 4), 16 * 8 * 3}};
+  for (const Case &k : cases) {
+    std::vector<std::string> args{"extract", file, "--image", "-2", "-o", Path(k.name)};
+    args.insert(args.end(), k.extra.begin(), k.extra.end());
+    Outcome r = Tool(args);
+    ASSERT_EQ(r.code, 0) << k.name << r.err;
+    const std::string bytes = ReadText(Path(k.name));
+    EXPECT_EQ(bytes.substr(0, k.head.size()), k.head) << k.name;
+    EXPECT_GE(bytes.size(), k.head.size() + 2 * k.samples) << k.name;
+    EXPECT_LE(bytes.size(), 320 + 2 * k.samples) << k.name;
+  }
+  // The TIFF's width and height tags (behind NewSubfileType).
+  const std::string tif = ReadText(Path("a.tif"));
+  auto u32 = [&tif](size_t at) {
+    return static_cast<uint32_t>(static_cast<uint8_t>(tif[at]) | static_cast<uint8_t>(tif[at + 1]) << 8 |
+                                 static_cast<uint8_t>(tif[at + 2]) << 16 |
+                                 static_cast<uint32_t>(static_cast<uint8_t>(tif[at + 3])) << 24);
+  };
+  const uint32_t ifd = u32(4);
+  EXPECT_EQ(u32(ifd + 2 + 12 + 8), 16u);  // ImageWidth
+  EXPECT_EQ(u32(ifd + 2 + 24 + 8), 8u);   // ImageLength
+}
+
+TEST_F(CliTest, ConvertedRangesReadBack) {
+  const std::string file = Recording(Path("rec.cine"));
+  Outcome r = Tool({"convert", file, Path("part.cine"), "--to", "cine", "--range=-1:4"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  {
+    Opened out(Path("part.cine"));
+    Opened src(file);
+    ASSERT_GE(out.status, 0);
+    EXPECT_EQ(static_cast<int32_t>(out.Get(CIS_FirstImageNo)), -1);
+    EXPECT_EQ(out.Get(CIS_ImageCount), 6u);
+    for (int32_t n = -1; n <= 4; ++n) {
+      Time64 a{}, b{};
+      XefCineImageTime(out.h, n, &a);
+      XefCineImageTime(src.h, n, &b);
+      EXPECT_EQ(a.fractions, b.fractions) << n;
+    }
+  }
+  // Still images: one file per image, numbered from 1, and a header file.
+  r = Tool({"convert", file, Path("st.tif"), "--to", "tiff16", "--range", "0:2"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  for (const char *name : {"st_0001.tif", "st_0002.tif", "st_0003.tif"}) {
+    const std::string bytes = ReadText(Path(name));
+    ASSERT_GE(bytes.size(), 16 * 8 * 6u) << name;
+    EXPECT_EQ(bytes.substr(0, 4), std::string("II*\0", 4)) << name;
+  }
+  EXPECT_FALSE(fs::exists(Path("st_0004.tif")));
+  Opened header(Path("st_0001tif.chd"));
+  ASSERT_GE(header.status, 0);
+  EXPECT_EQ(static_cast<int32_t>(header.Get(CIS_FirstImageNo)), 0);
+  EXPECT_EQ(header.Get(CIS_ImageCount), 3u);
+}
+
+TEST_F(CliTest, BadInputsGiveOneLineAndNonZero) {
+  const std::string file = Recording(Path("rec.cine"));
+  std::ofstream(Path("text.cine")) << "not a cine\n";
+  ExpectOneLineFailure(Tool({"info", Path("text.cine")}), "not a cine file: -");
+  ExpectOneLineFailure(Tool({"info", dir.path()}), "is a directory: -2012");
+  ExpectOneLineFailure(Tool({"times", Path("missing.cine")}), "-2012");
+  ExpectOneLineFailure(Tool({"extract", file, "-i", "99", "-o", Path("x.ppm")}), "-2004");
+  EXPECT_FALSE(fs::exists(Path("x.ppm")));
+  ExpectOneLineFailure(Tool({"convert", file, Path("x.cine"), "--to", "tiff17"}), "-2018");
+  ExpectOneLineFailure(Tool({"convert", file, Path("x.cine"), "--to", "cine", "--range", "100:200"}),
+                       "2001");
+  EXPECT_FALSE(fs::exists(Path("x.cine")));
+  // A type of a plugin or writer this build lacks.
+  Outcome r = Tool({"convert", file, Path("x.avi"), "--to", "avi"});
+  if (r.code != 0) {
+    ExpectOneLineFailure(r, "not available in this build");
+    EXPECT_FALSE(fs::exists(Path("xavi.chd")));
+  }
+  ExpectOneLineFailure(Tool({"frobnicate"}), "unknown subcommand");
+  r = Tool({"extract", file});
+  ExpectOneLineFailure(r, "required");
+  EXPECT_EQ(r.code, 2);
+}
+
+TEST_F(CliTest, SearchAnswersAsTheLibrary) {
+  const std::string file = Recording(Path("rec.cine"));
+  Outcome r = Tool({"search", file, "--from", "-3"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_EQ(r.out.rfind("image 1 ", 0), 0u) << r.out;
+  r = Tool({"search", file, "--from", "1", "--event", "changed"});
+  EXPECT_EQ(r.out.rfind("image 3 ", 0), 0u) << r.out;
+  r = Tool({"search", file, "--backward", "--event", "1"});
+  EXPECT_EQ(r.out.rfind("image 2 ", 0), 0u) << r.out;
+  ExpectOneLineFailure(Tool({"search", file, "--from", "3"}), "2010");
+  ExpectOneLineFailure(Tool({"search", file, "--from", "6"}), "2010");
+}
+
+TEST_F(CliTest, DemoMakesARecordingThatInfoDescribes) {
+  Outcome r = Tool({"demo", Path("demo.cine"), "--frames", "30", "--size", "64x48"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  r = Tool({"info", Path("demo.cine"), "--json"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  const Json j = Json::parse(r.out);
+  EXPECT_EQ(j["stored_range"], Json({{"first", -15}, {"last", 14}, {"count", 30}}));
+  EXPECT_EQ(j["width"], 64);
+  EXPECT_EQ(j["color"], true);
+  EXPECT_EQ(j["compression_name"], "raw");
+  EXPECT_EQ(j["bits_per_sample"], 12);
+  EXPECT_EQ(j["blocks"].size(), 6u);
+  EXPECT_NEAR(j["frame_interval_us"]["mean"].get<double>(), 1000.0, 5.0);
+  EXPECT_GT(j["frame_interval_us"]["stddev"].get<double>(), 0.0);  // jitter
+  EXPECT_LT(j["time_range"]["first_from_trigger_s"].get<double>(), 0.0);
+  // The event input is active from the trigger.
+  r = Tool({"search", Path("demo.cine"), "--from", "-15"});
+  EXPECT_EQ(r.out.rfind("image 0 ", 0), 0u) << r.out;
+
+  r = Tool({"demo", Path("gray.cine"), "--frames", "4", "--size", "32x16", "--gray"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_EQ(Json::parse(Tool({"info", Path("gray.cine"), "--json"}).out)["color"], false);
+  ExpectOneLineFailure(Tool({"demo", Path("bad.cine"), "--size", "64by48"}), "--size");
+}
+
+TEST_F(CliTest, InterruptedConvertLeavesAValidFile) {
+  Outcome r = Tool({"demo", Path("long.cine"), "--frames", "400", "--size", "320x240"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  const std::string out = Path("stopped.cine");
+  const pid_t pid = Start({"convert", Path("long.cine"), out, "--to", "cine", "--8bit"}, dir.path());
+  ASSERT_GT(pid, 0);
+  // Stop it once a few images are on disk.
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  std::error_code ec;
+  while (std::chrono::steady_clock::now() < deadline &&
+         (!fs::exists(out, ec) || fs::file_size(out, ec) < 4 * 320 * 240 * 3))
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  kill(pid, SIGINT);
+  r = Finish(pid, dir.path());
+  ASSERT_EQ(r.code, 130) << r.err << r.out;
+  const std::string prefix = "xefile: stopped after ";
+  ASSERT_EQ(r.err.rfind(prefix, 0), 0u) << r.err;
+  const uint32_t written = static_cast<uint32_t>(std::stoul(r.err.substr(prefix.size())));
+  EXPECT_GT(written, 0u);
+  EXPECT_LT(written, 400u);
+  Opened c(out);
+  ASSERT_GE(c.status, 0);
+  EXPECT_EQ(c.Get(CIS_ImageCount), written);
+  EXPECT_EQ(static_cast<int32_t>(c.Get(CIS_FirstImageNo)), -200);
+  // The last image written reads back.
+  std::vector<uint8_t> pixels(c.Get(CIS_MaxImageSizeColor));
+  ImageRange range{-200 + static_cast<int32_t>(written) - 1, 1};
+  ImageHeader h{};
+  EXPECT_GE(XeGetCineImage(c.h, &range, pixels.data(), static_cast<uint32_t>(pixels.size()), &h), 0);
+  EXPECT_EQ(h.biWidth, 320);
+}
+
+}  // namespace

@@ -1,0 +1,140 @@
+// The library's start and stop, and cines opened from files with a clear
+// word on why a path does not open.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+
+#include "tool.h"
+
+namespace xetool {
+namespace {
+
+// Why `path` cannot be a cine, as far as the file system tells.
+std::string ReasonNotOpened(const std::string &path) {
+  struct stat st {};
+  if (stat(path.c_str(), &st) != 0) return std::strerror(errno);
+  if (S_ISDIR(st.st_mode)) return "is a directory";
+  if (access(path.c_str(), R_OK) != 0) return std::strerror(errno);
+  if (!S_ISREG(st.st_mode)) return "not a regular file";
+  return "not a cine file";
+}
+
+}  // namespace
+
+Library::Library() {
+  int32_t status = XeStartXeFile();
+  if (status < 0) {
+    XeStopXeFile();
+    Fail("the library did not start", status);
+  }
+}
+
+Library::~Library() { XeStopXeFile(); }
+
+OpenCine::OpenCine(const std::string &path) : path_(path) {
+  // A directory opens as a file on this system; it is refused before the
+  // library reads from it.
+  struct stat st {};
+  const bool isFile = stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+  int32_t status = isFile ? XeNewCineFromFile(path.c_str(), &cine_) : XE_ERR_FILE_OPEN;
+  if (status < 0 || !cine_) {
+    if (cine_) XeDestroyCine(cine_);
+    cine_ = nullptr;
+    Fail(path + ": " + ReasonNotOpened(path), status < 0 ? status : XE_ERR_FILE_OPEN);
+  }
+  XeGetCineInfo(cine_, CIS_PtrSetup, &setup_);
+  XeGetCineInfo(cine_, CIS_PtrHeader, &header_);
+  if (!setup_ || !header_) {
+    XeDestroyCine(cine_);
+    cine_ = nullptr;
+    Fail(path + ": the cine's records are not available", XE_ERR_NULL_CINE);
+  }
+}
+
+OpenCine::~OpenCine() { XeDestroyCine(cine_); }
+
+void OpenCine::RequireImage(int64_t image) const {
+  if (Holds(image)) return;
+  Fail("image " + std::to_string(image) + " is not in " + path_ + " (stored: " +
+           RangeText(first(), count()) + ")",
+       XE_ERR_AUX_OUT_OF_RANGE);
+}
+
+namespace {
+
+// An image number of a range text; false when it is not one.
+bool ParseImageNumber(const std::string &text, int64_t *out) {
+  if (text.empty() || text.size() > 12) return false;
+  size_t used = 0;
+  try {
+    *out = std::stoll(text, &used);
+  } catch (const std::exception &) {
+    return false;
+  }
+  return used == text.size() && *out >= INT32_MIN && *out <= INT32_MAX;
+}
+
+}  // namespace
+
+ImageSpan ParseRange(const std::string &text, const OpenCine &c) {
+  int64_t first = c.first(), last = c.last();
+  const size_t colon = text.find(':');
+  const std::string a = colon == std::string::npos ? text : text.substr(0, colon);
+  const std::string b = colon == std::string::npos ? "" : text.substr(colon + 1);
+  if (colon == std::string::npos || (!a.empty() && !ParseImageNumber(a, &first)) ||
+      (!b.empty() && !ParseImageNumber(b, &last)) || first > last)
+    FailWith("--range " + text + ": give FIRST:LAST with FIRST <= LAST (FIRST: or :LAST for the stored ends)",
+             kExitUsage);
+  if (!c.count() || last < c.first() || first > c.last())
+    Fail("range " + text + " does not meet the stored images of " + c.path() + " (" +
+             RangeText(c.first(), c.count()) + ")",
+         XE_WARN_RANGE_EMPTY);
+  ImageSpan span;
+  span.first = static_cast<int32_t>(std::max<int64_t>(first, c.first()));
+  span.last = static_cast<int32_t>(std::min<int64_t>(last, c.last()));
+  return span;
+}
+
+std::string RangeText(int64_t first, uint32_t count) {
+  if (count == 0) return "none";
+  return std::to_string(first) + " to " + std::to_string(first + count - 1) + " (" +
+         std::to_string(count) + (count == 1 ? " image)" : " images)");
+}
+
+namespace {
+
+bool IsValidUtf8(const std::string &s) {
+  for (size_t i = 0; i < s.size();) {
+    const auto c = static_cast<unsigned char>(s[i]);
+    const size_t n = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
+    if (n == 0 || i + n > s.size()) return false;
+    for (size_t k = 1; k < n; ++k)
+      if ((static_cast<unsigned char>(s[i + k]) & 0xC0) != 0x80) return false;
+    i += n;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string FieldText(const char *field, size_t size) {
+  std::string text(field, strnlen(field, size));
+  if (IsValidUtf8(text)) return text;
+  // Older records hold Latin-1 text (the degree sign of angles, names).
+  std::string utf8;
+  for (unsigned char c : text) {
+    if (c < 0x80) {
+      utf8 += static_cast<char>(c);
+    } else {
+      utf8 += static_cast<char>(0xC0 | (c >> 6));
+      utf8 += static_cast<char>(0x80 | (c & 0x3F));
+    }
+  }
+  return utf8;
+}
+
+}  // namespace xetool

@@ -1,0 +1,270 @@
+// xefile convert: a save of the whole or a part of a recording into a file
+// type of the library's list, with the save options and image adjustments
+// of the command line.
+#include <CLI/CLI.hpp>
+
+#include <strings.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include "file_types.h"
+#include "save_progress.h"
+#include "tool.h"
+
+namespace xetool {
+namespace {
+
+struct ConvertOptions {
+  std::string file, out, type, range, demosaic, flip, crop, resample;
+  std::optional<int> quality, bright, contrast, saturation, hue, rotate;
+  std::optional<float> gamma;
+  std::vector<float> wb;
+  bool depth16 = false, depth8 = false, xml = false, stampTime = false;
+};
+
+// Sets a 32-bit selector; the value the cine kept (it may limit it).
+uint32_t SetValue(CineHandle cine, uint32_t selector, uint32_t value) {
+  int32_t status = XeSetCineInfo(cine, selector, &value);
+  if (status < 0) Fail("option of selector " + std::to_string(selector) + " cannot be set", status);
+  return value;
+}
+
+// "WxH" into two numbers; false when it is not that.
+bool ParseSize(const std::string &text, int64_t *w, int64_t *h, size_t *used = nullptr) {
+  unsigned long long a = 0, b = 0;
+  int n = 0;
+  if (std::sscanf(text.c_str(), "%llux%llu%n", &a, &b, &n) != 2 || a == 0 || b == 0 || a > 65536 ||
+      b > 65536)
+    return false;
+  if (used) *used = static_cast<size_t>(n);
+  else if (static_cast<size_t>(n) != text.size()) return false;
+  *w = static_cast<int64_t>(a);
+  *h = static_cast<int64_t>(b);
+  return true;
+}
+
+// The demosaic id of a name of the library's list, case-blind.
+uint32_t DemosaicId(const std::string &name) {
+  uint8_t ids[6];
+  char names[6][20];
+  XefInitIntAlgoIDs(ids, nullptr, names);
+  std::string known;
+  for (int p = 0; p < 6; ++p) {
+    if (strcasecmp(name.c_str(), names[p]) == 0) return ids[p];
+    known += (p ? ", " : "") + std::string(names[p]);
+  }
+  FailWith("--demosaic " + name + ": unknown (known: " + known + ")", kExitUsage);
+}
+
+// The image adjustments of the command line, in the Setup of the cine.
+void ApplyAdjustments(CineHandle cine, const ConvertOptions &o) {
+  IMPROCOPTIONS p{};
+  XeGetCineProcessing(cine, &p);
+  if (o.bright) p.Bright = *o.bright;
+  if (o.contrast) p.Contrast = *o.contrast;
+  if (o.saturation) p.Saturation = *o.saturation;
+  if (o.hue) p.Hue = *o.hue;
+  if (o.gamma) p.Gamma = *o.gamma;
+  if (o.rotate) p.Rotate = *o.rotate;
+  if (!o.wb.empty()) {
+    p.WBRed = o.wb[0];
+    p.WBBlue = o.wb[1];
+  }
+  if (!o.flip.empty()) {
+    p.FlipH = o.flip.find('h') != std::string::npos;
+    p.FlipV = o.flip.find('v') != std::string::npos;
+  }
+  int32_t status = XeSetCineProcessing(cine, &p);
+  if (status < 0) Fail("the image adjustments cannot be set", status);
+
+  if (!o.crop.empty()) {
+    // WxH+X+Y, picture coordinates; right and bottom are inclusive.
+    int64_t w = 0, h = 0;
+    size_t used = 0;
+    long long x = -1, y = -1;
+    int n = 0;
+    if (!ParseSize(o.crop, &w, &h, &used) ||
+        std::sscanf(o.crop.c_str() + used, "+%lld+%lld%n", &x, &y, &n) != 2 ||
+        used + static_cast<size_t>(n) != o.crop.size() || x > 65535 || y > 65535)
+      FailWith("--crop " + o.crop + ": give WxH+X+Y", kExitUsage);
+    XeRect r{static_cast<int32_t>(x), static_cast<int32_t>(y), static_cast<int32_t>(x + w - 1),
+             static_cast<int32_t>(y + h - 1)};
+    status = XeSetCineInfo(cine, CIS_CropRect, &r);
+    if (status < 0) Fail("--crop", status);
+    SetValue(cine, CIS_EnableCrop, 1);
+    XeGetCineInfo(cine, CIS_CropRect, &r);
+    if (r.right - r.left + 1 != w || r.bottom - r.top + 1 != h || r.left != x || r.top != y)
+      std::fprintf(stderr, "xefile: note: the crop is %dx%d+%d+%d (widths are multiples of 16, heights of 8)\n",
+                   r.right - r.left + 1, r.bottom - r.top + 1, r.left, r.top);
+  }
+  if (!o.resample.empty()) {
+    int64_t w = 0, h = 0;
+    if (!ParseSize(o.resample, &w, &h)) FailWith("--resample " + o.resample + ": give WxH", kExitUsage);
+    const uint32_t gw = SetValue(cine, CIS_ResampleWidth, static_cast<uint32_t>(w));
+    const uint32_t gh = SetValue(cine, CIS_ResampleHeight, static_cast<uint32_t>(h));
+    SetValue(cine, CIS_EnableResample, 1);
+    if (gw != w || gh != h)
+      std::fprintf(stderr, "xefile: note: the images are resampled to %ux%u (multiples of 16 and 8)\n", gw, gh);
+  }
+}
+
+// A still-image save writes a file per image: a name without an image
+// number token gets one before its extension.
+std::string NumberedPattern(const std::string &path, uint32_t count) {
+  for (size_t i = 0; i + 1 < path.size(); ++i)
+    if ((path[i] == '!' || path[i] == '+') && path[i + 1] >= '0' && path[i + 1] <= '9') return path;
+  if (count <= 1) return path;
+  const int digits = std::max(4, static_cast<int>(std::to_string(count).size()));
+  const size_t slash = path.find_last_of('/');
+  size_t dot = path.find_last_of('.');
+  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) dot = path.size();
+  std::string out = path.substr(0, dot) + "_+" + std::to_string(std::min(digits, 9)) + path.substr(dot);
+  std::fprintf(stderr, "xefile: note: one file per image, named %s\n", out.c_str());
+  return out;
+}
+
+std::string ExpandedName(CineHandle cine, int32_t image) {
+  std::vector<char> name(XE_MAX_PATH, '\0');
+  XefExpandFileName(cine, image, name.data());
+  return name.data();
+}
+
+bool IsCineType(int16_t code) { return code >= 0 && code <= 2; }
+
+// The header file beside an output: the extension's letters join the base
+// name ("clip.tif" -> "cliptif.chd").
+std::string ChdName(const std::string &output) {
+  const size_t slash = output.find_last_of('/');
+  const size_t dot = output.find_last_of('.');
+  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return output + ".chd";
+  return output.substr(0, dot) + output.substr(dot + 1) + ".chd";
+}
+
+bool NotAvailable(int32_t status) {
+  return status == XE_ERR_NOT_SUPPORTED || status == XE_ERR_ENTRY_POINT || status == XE_WARN_NO_IMAGING ||
+         status == XE_WARN_NO_ENCODER;
+}
+
+void RunConvert(const ConvertOptions &o) {
+  if (o.depth16 && o.depth8) FailWith("--16bit and --8bit exclude each other", kExitUsage);
+  Library lib;
+  OpenCine c(o.file);
+  CineHandle cine = c.get();
+  const FileTypeName *type =
+      o.type.empty() ? FileTypeForPath(o.out, c.setup().RealBPP) : FindFileTypeByName(o.type);
+  if (!type) {
+    if (o.type.empty())
+      FailWith(o.out + ": the type cannot be told from the name; give --to TYPE (" + FileTypeNames() + ")",
+               kExitUsage);
+    Fail("unknown type '" + o.type + "' (known: " + FileTypeNames() + ")", XE_ERR_NOT_SUPPORTED);
+  }
+  if (type->code == -26 && !XefIsColorCine(cine))
+    Fail("type dng needs a colour cine; " + c.path() + " is gray", XE_ERR_NOT_SUPPORTED);
+  if (!c.count()) Fail(c.path() + " holds no images", XE_WARN_RANGE_EMPTY);
+  ImageSpan span{c.first(), c.last()};
+  if (!o.range.empty()) span = ParseRange(o.range, c);
+
+  // The save's names are patterns of absolute paths.
+  std::string out = std::filesystem::absolute(o.out).lexically_normal().string();
+  if (type->code < 0) out = NumberedPattern(out, span.count());
+  if (out.size() >= XE_MAX_PATH) FailWith(o.out + ": the name is too long");
+
+  // The type first: changing it sets the type's defaults, which the
+  // options below then change.
+  SetValue(cine, CIS_FileType, static_cast<uint32_t>(static_cast<int32_t>(type->code)));
+  const int32_t quality = o.quality ? *o.quality : static_cast<int32_t>(XevGetCineInfo(cine, CIS_Quality));
+  int32_t status = XeSetCineSaveOptions(cine, out.c_str(), static_cast<uint16_t>(type->code),
+                                        o.stampTime ? 1 : 0, quality);
+  if (status < 0) Fail("the save options cannot be set", status);
+  status = XeSetCineSaveRange(cine, span.first, span.last);
+  if (status < 0) Fail("the save range cannot be set", status);
+  if (o.depth16 && SetValue(cine, CIS_Save16Bit, 1) == 0)
+    std::fprintf(stderr, "xefile: note: 16-bit output is not possible for this cine and type\n");
+  if (o.depth8) SetValue(cine, CIS_Save16Bit, 0);
+  if (o.xml) SetValue(cine, CIS_XmlHeader, 1);
+  ApplyAdjustments(cine, o);
+
+  // The demosaic of saves is a setting of the user's; it is put back after.
+  std::optional<uint32_t> savedAlgo;
+  if (!o.demosaic.empty()) {
+    const uint32_t id = DemosaicId(o.demosaic);
+    savedAlgo = XevGetCineInfo(cine, CIS_SaveAlgo);
+    if (SetValue(cine, CIS_SaveAlgo, id) != id) {
+      FailWith("--demosaic " + o.demosaic + " cannot be used for a save", kExitUsage);
+    }
+  }
+
+  // Names as the save will expand them (a ~8 name counts up past files
+  // that exist, so it is asked for before the save makes its file).
+  const std::string firstName = ExpandedName(cine, span.first);
+  const std::string names = type->code < 0 && span.count() > 1
+                                ? firstName + " ... " + ExpandedName(cine, span.last)
+                                : firstName;
+
+  // The header file a save beside a still or movie output writes, even when
+  // the type turns out not to be available.
+  const std::string chd = ChdName(firstName);
+  const bool chdExisted = std::filesystem::exists(chd);
+
+  SaveProgress progress(span.count());
+  status = XeWriteCineFile(cine, SaveProgress::Callback());
+  progress.Finish();
+  if (savedAlgo) SetValue(cine, CIS_SaveAlgo, *savedAlgo);
+
+  if (progress.Interrupted())
+    FailWith("stopped after " + std::to_string(progress.ImagesDone()) + " images", kExitInterrupted);
+  if (NotAvailable(status)) {
+    if (!chdExisted && !IsCineType(type->code)) std::filesystem::remove(chd);
+    Fail("type " + std::string(type->name) + " is not available in this build", status);
+  }
+  if (status == XE_WARN_RANGE_EMPTY) Fail(o.out + ": nothing was saved", status);
+  if (status < 0) Fail(o.out + ": the save failed", status);
+  if (status > 0) Warn(o.out, status);
+  const double seconds = progress.Elapsed();
+  std::printf("%s: %u images (%d to %d), %s, %.2f s, %.1f images/s\n", names.c_str(), span.count(),
+              span.first, span.last, type->name, seconds, seconds > 0 ? span.count() / seconds : 0.0);
+}
+
+}  // namespace
+
+void AddConvertCommand(CLI::App &app) {
+  auto o = std::make_shared<ConvertOptions>();
+  CLI::App *sub = app.add_subcommand(
+      "convert", "Saves the recording, or a range of it, into another file type.\n"
+                 "OUT may hold the name tokens of the library: !d (image number, d digits),\n"
+                 "+d (number counted from 1), @d (save job) and ~8 (a name from the trigger\n"
+                 "time). Still-image types write one file per image.");
+  sub->footer("Types (--to):\n" + FileTypeTable());
+  sub->add_option("FILE", o->file, "the cine file")->required();
+  sub->add_option("OUT", o->out, "the output file or name pattern")->required();
+  sub->add_option("--to,-t", o->type, "the file type (by default from OUT's extension)");
+  sub->add_option("--range,-r", o->range, "only images FIRST:LAST (FIRST: and :LAST work too)");
+  sub->add_option("--quality,-q", o->quality, "JPEG quality, 1 (worst) to 100 (best)")
+      ->check(CLI::Range(1, 100));
+  sub->add_flag("--16bit", o->depth16, "16-bit samples in the output where the type allows");
+  sub->add_flag("--8bit", o->depth8, "8-bit samples in the output");
+  sub->add_flag("--xml", o->xml, "also write the XML description of the recording");
+  sub->add_flag("--stamp-time", o->stampTime, "stamp each image's time into the image");
+  sub->add_option("--demosaic", o->demosaic,
+                  "colour interpolation: Fastest, Fast, Medium, Good or Best");
+  sub->add_option("--bright", o->bright, "brightness, thousandths of full scale (-1000 to 1000)");
+  sub->add_option("--contrast", o->contrast, "contrast (0 neutral, -100 to 100)");
+  sub->add_option("--gamma", o->gamma, "gamma (1.0 neutral; above 1 lightens the mid-tones)")
+      ->check(CLI::PositiveNumber);
+  sub->add_option("--saturation", o->saturation, "saturation (0 neutral, -100 gray)");
+  sub->add_option("--hue", o->hue, "hue turn in degrees");
+  sub->add_option("--wb", o->wb, "white balance gains R,B (1.0 neutral)")
+      ->delimiter(',')
+      ->expected(2);
+  sub->add_option("--crop", o->crop, "crop to WxH+X+Y");
+  sub->add_option("--resample", o->resample, "resample to WxH");
+  sub->add_option("--flip", o->flip, "mirror: h, v or hv")->check(CLI::IsMember({"h", "v", "hv", "vh"}));
+  sub->add_option("--rotate", o->rotate, "a quarter turn: 90 clockwise or -90")
+      ->check(CLI::IsMember({0, 90, -90, 270, -270}));
+  sub->callback([o] { RunConvert(*o); });
+}
+
+}  // namespace xetool
