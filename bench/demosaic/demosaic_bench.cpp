@@ -178,6 +178,7 @@ int main(int argc, char **argv) {
         best[i][t] = std::min(best[i][t], s);
       }
     }
+  double meanPsnr[kCount] = {};
   for (size_t i = 0; i < kCount; ++i) {
     const Method &m = kMethods[i];
     double speed[2] = {mp / best[i][0], mp / best[i][1]};
@@ -195,7 +196,24 @@ int main(int argc, char **argv) {
       sum += q;
       std::printf(" %10.2f", q);
     }
-    std::printf(" %8.2f%s\n", pictures.empty() ? 0.0 : sum / pictures.size(), only8[i] ? "   (speed on an 8-bit mosaic: 16 bits not supported)" : "");
+    meanPsnr[i] = pictures.empty() ? 0.0 : sum / pictures.size();
+    std::printf(" %8.2f%s\n", meanPsnr[i], only8[i] ? "   (speed on an 8-bit mosaic: 16 bits not supported)" : "");
   }
+
+  // Summary lines for bench/run.sh: "RESULT name ours peer unit goal". The
+  // fast id against OpenCV's bilinear conversion on all threads (the same
+  // quality class), and the best id's quality against OpenCV's best.
+  auto index = [](const char *name) {
+    return static_cast<size_t>(std::find_if(std::begin(kMethods), std::end(kMethods),
+                                            [&](const Method &m) { return std::strcmp(m.name, name) == 0; }) -
+                               std::begin(kMethods));
+  };
+  const size_t fast = index("Fast (2)"), bilinear = index("OpenCV bilinear"), bestId = index("Best (4)");
+  std::printf("\nRESULT demosaic_fast_speed %.1f %.1f MP/s >=1.0\n", mp / best[fast][1], mp / best[bilinear][1]);
+  double peerPsnr = 0;
+  for (size_t i = 0; i < kCount; ++i)
+    if (!kMethods[i].id) peerPsnr = std::max(peerPsnr, meanPsnr[i]);
+  if (!pictures.empty())
+    std::printf("RESULT demosaic_best_psnr %.2f %.2f dB >=1.0\n", meanPsnr[bestId], peerPsnr);
   return 0;
 }

@@ -466,6 +466,20 @@ int main(int argc, char **argv) {
     std::printf("  peak from the quarter to the whole length: %+.1f MB\n",
                 static_cast<double>(lib.peakKb - libQuarter.peakKb) * 1024 / kMB);
 
+  // Lines for bench/run.sh: name, ours, peer, unit, goal.
+  auto speed = [](const Side &x, double base) {
+    const double t = x.Median();
+    return x.seconds.empty() || t <= 0 ? 0.0 : (base > 0 ? base : static_cast<double>(x.outBytes)) / kMB / t;
+  };
+  std::printf("RESULT save_raw_cine %.0f %.0f MB/s >=0.8\n", speed(lib, cineBytes), speed(cp, cineBytes));
+  std::printf("RESULT save_raw_cine_nothread %.0f %.0f MB/s >=0.8\n", speed(noThread, cineBytes),
+              speed(cp, cineBytes));
+  std::printf("RESULT save_tiff_rgb48 %.0f %.0f MB/s >=1.5\n", speed(libRgb, 0), speed(ffRgb, 0));
+  std::printf("RESULT save_tiff_gray16 %.0f %.0f MB/s >=1.5\n", speed(libGray, 0), speed(ffGray, 0));
+  std::printf("RESULT save_peak_memory %.1f %.1f MB <=1.0\n",
+              static_cast<double>(lib.peakKb) * 1024 / kMB,
+              (2.0 * static_cast<double>(lib.groupBytes) + 8.0 * 1024 * 1024) / kMB);
+
   if (!std::getenv("SAVE_BENCH_KEEP")) Clean(dir);
   return 0;
 }
