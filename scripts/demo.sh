@@ -1,18 +1,34 @@
 #!/usr/bin/env bash
-# Builds XeFile, writes a sample recording, shows what the library reads from
-# it and writes one of its images, processed, to a picture file.
+# The main job on a recording the tool makes itself: builds XeFile, makes a
+# raw colour recording with `xefile demo`, shows it with `xefile info`, takes
+# one image out with `xefile extract` and converts the recording with a few
+# `xefile convert`s (raw and processed cine, 16-bit TIFF images with their
+# header file and XML description, a multipage TIFF).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j "$(nproc)" --target cineinfo processed_image xefile_sample_cine
-out=${XEFILE_DEMO_DIR:-build/demo}
-mkdir -p "$out"
-build/tests/xefile_sample_cine "$out/sample.cine"
-echo
-build/examples/cineinfo "$out/sample.cine"
-echo
-build/examples/processed_image "$out/sample.cine" 0 "$out/image0.ppm"
-echo
-echo "The sample recording is $out/sample.cine"
-echo "Its image 0, processed for viewing, is $out/image0.ppm (16-bit PPM; any image viewer opens it)"
+cmake --build build -j "$(nproc)" --target xefile_cli
+xefile=build/tools/xefile
+out=$(realpath -m "${XEFILE_DEMO_DIR:-build/demo}")
+rm -rf "$out"
+mkdir -p "$out/tiff"
+
+run() { echo "\$ xefile $*"; "$xefile" "$@"; echo; }
+
+run demo "$out/recording.cine" --frames 200 --size 512x384
+run info "$out/recording.cine"
+run times "$out/recording.cine" --range=-2:2
+run extract "$out/recording.cine" --image 0 -o "$out/image0.ppm"
+run extract "$out/recording.cine" --image 0 --raw -o "$out/image0_raw.pgm"
+run search "$out/recording.cine" --from=-100 --event 1
+run convert "$out/recording.cine" "$out/raw_part.cine" --to cine-raw --range=-20:20
+run convert "$out/recording.cine" "$out/processed.cine" --to cine --gamma 1.2 --saturation 20
+run convert "$out/recording.cine" "$out/tiff/image_!4.tif" --to tiff16 --range 0:9 --xml
+run convert "$out/recording.cine" "$out/pages.tif" --to tiff-multipage --range 0:49
+
+echo "The files are in $out:"
+ls -l "$out" "$out/tiff" | sed 's/^/  /'
+echo "recording.cine is the recording; image0.ppm its trigger image processed for viewing,"
+echo "image0_raw.pgm the same image as the sensor saw it; tiff/ holds 16-bit TIFF images"
+echo "with their header file (.chd) and XML description; pages.tif is a multipage TIFF."
