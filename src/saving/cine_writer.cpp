@@ -129,6 +129,12 @@ void KeepOneHeadSerial(Setup &s, int32_t head) {
   s.HeadSerial[0] = serial;
 }
 
+// The head, blocks and room for the table of the save range.
+int32_t WriteHeaderWithTable(Cine *c) {
+  const uint8_t *table = ImageOffsetSlots(c, c->Saving.SaveCount);
+  return table ? WriteCineFileHeader(c, table) : XE_ERR_NO_MEMORY;
+}
+
 void CopyName(Cine *c, const char *name) {
   size_t n = strnlen(name, sizeof c->FileName - 1);
   std::memmove(c->FileName, name, n);
@@ -184,10 +190,7 @@ int32_t CreateCineFileNew(Cine *out, const char *name) {
   int32_t status = XefFileCreate(name, &out->FileHandle);
   CopyName(out, name);
   out->H.Header.Compression = CompressionOfFileType(out->Saving.FileType);
-  const uint8_t *table = ImageOffsetSlots(out, out->Saving.SaveCount);
-  if (!table) return MergeStatus(status, XE_ERR_NO_MEMORY);
-  Merge(status, WriteCineFileHeader(out, table));
-  return status;
+  return MergeStatus(status, WriteHeaderWithTable(out));
 }
 
 int32_t CreateCineFile(Cine *c, const char *name, int32_t head, bool colour) {
@@ -213,10 +216,7 @@ int32_t CreateCineFile(Cine *c, const char *name, int32_t head, bool colour) {
     ApplyHeadCfa(c, kGrayBit[head]);
   }
   c->H.Bmih.biSizeImage = intl::XefPixarSize(&c->H.Bmih);
-  const uint8_t *table = ImageOffsetSlots(c, c->Saving.SaveCount);
-  if (!table) return MergeStatus(status, XE_ERR_NO_MEMORY);
-  Merge(status, WriteCineFileHeader(c, table));
-  return status;
+  return MergeStatus(status, WriteHeaderWithTable(c));
 }
 
 int32_t PrepareHeadCine(Cine *c, const char *name, int32_t head, bool colour, bool write) {
@@ -238,10 +238,7 @@ int32_t PrepareHeadCine(Cine *c, const char *name, int32_t head, bool colour, bo
     ApplyHeadCfa(c, 1u << (31 - head));
   }
   c->H.Bmih.biSizeImage = intl::XefPixarSize(&c->H.Bmih);
-  if (write) {
-    const uint8_t *table = ImageOffsetSlots(c, c->Saving.SaveCount);
-    Merge(status, table ? WriteCineFileHeader(c, table) : XE_ERR_NO_MEMORY);
-  }
+  if (write) Merge(status, WriteHeaderWithTable(c));
   return status;
 }
 

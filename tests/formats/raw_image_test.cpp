@@ -8,18 +8,10 @@
 
 #include "fixtures/cine_builder.h"
 #include "formats/raw_image.h"
+#include "support/bitmap.h"
 
 namespace {
 
-BitmapInfoHeader Header(int32_t w, int32_t h, uint16_t bits) {
-  BitmapInfoHeader b{};
-  b.biSize = 40;
-  b.biWidth = w;
-  b.biHeight = h;
-  b.biPlanes = 1;
-  b.biBitCount = bits;
-  return b;
-}
 
 std::string Read(const std::string &path) {
   std::ifstream in(path, std::ios::binary);
@@ -29,7 +21,7 @@ std::string Read(const std::string &path) {
 TEST(RawImage, BinaryRowsFromTheTopWithTheirPadding) {
   fixture::TempDir dir;
   std::string path = dir.path() + "/a.raw";
-  BitmapInfoHeader h = Header(1000, 2, 8);
+  BitmapInfoHeader h = testsupport::Bitmap(1000, 2, 8);
   std::vector<uint8_t> px(2000);
   for (size_t i = 0; i < px.size(); ++i) px[i] = static_cast<uint8_t>(i / 1000 + 1);  // row 0: 1
   ASSERT_EQ(xe::WriteRawImage(path.c_str(), &h, px.data(), xe::kRawSizeHeader), 0);
@@ -39,7 +31,7 @@ TEST(RawImage, BinaryRowsFromTheTopWithTheirPadding) {
   EXPECT_EQ(f[6], 2);  // the last stored row is the top of the picture
   EXPECT_EQ(f[6 + 1000], 1);
   // Rows keep their padding to whole words: 3 pixels of 8 bits take 4 bytes.
-  h = Header(3, 1, 8);
+  h = testsupport::Bitmap(3, 1, 8);
   ASSERT_EQ(xe::WriteRawImage(path.c_str(), &h, px.data(), 0), 0);
   EXPECT_EQ(Read(path).size(), 4u);
 }
@@ -47,23 +39,23 @@ TEST(RawImage, BinaryRowsFromTheTopWithTheirPadding) {
 TEST(RawImage, TextFormsOfGrayAndColour) {
   fixture::TempDir dir;
   std::string path = dir.path() + "/t.raw";
-  BitmapInfoHeader h = Header(2, 1, 8);
+  BitmapInfoHeader h = testsupport::Bitmap(2, 1, 8);
   uint8_t gray[4] = {1, 2, 0, 0};
   ASSERT_EQ(xe::WriteRawImage(path.c_str(), &h, gray, xe::kRawText | xe::kRawSizeHeader), 0);
   EXPECT_EQ(Read(path), "2 1 8\n1 2 \r\n");
   // 8-bit colour steps one byte per pixel: the second pixel overlaps the first.
-  h = Header(2, 1, 24);
+  h = testsupport::Bitmap(2, 1, 24);
   uint8_t bgr[8] = {10, 20, 30, 40, 50, 60, 0, 0};
   ASSERT_EQ(xe::WriteRawImage(path.c_str(), &h, bgr, xe::kRawText), 0);
   EXPECT_EQ(Read(path), "30,20,10 40,30,20 \r\n");
-  h = Header(1, 1, 48);
+  h = testsupport::Bitmap(1, 1, 48);
   uint16_t deep[4] = {100, 200, 300, 0};
   ASSERT_EQ(xe::WriteRawImage(path.c_str(), &h, reinterpret_cast<uint8_t *>(deep), xe::kRawText), 0);
   EXPECT_EQ(Read(path), "300,200,100 \r\n");
 }
 
 TEST(RawImage, UncreatableFileIsReportedNotFailed) {
-  BitmapInfoHeader h = Header(2, 1, 8);
+  BitmapInfoHeader h = testsupport::Bitmap(2, 1, 8);
   uint8_t px[4] = {};
   EXPECT_EQ(xe::WriteRawImage("/nonexistent-dir/x.raw", &h, px, 0), 0);
 }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "cinefile/cine_test_support.h"
+#include "support/bitmap.h"
 #include "frame/plugins.h"
 #include "info/selectors.h"
 #include "saving/filter_list.h"
@@ -181,14 +182,7 @@ TEST(SaveSizeEstimate, CineAndStillTypesOnAFileCine) {
 }
 
 BitmapInfoHeader Header(int32_t w, int32_t h, uint16_t bits, uint32_t clrImportant = 0) {
-  BitmapInfoHeader b{};
-  b.biSize = 40;
-  b.biWidth = w;
-  b.biHeight = h;
-  b.biPlanes = 1;
-  b.biBitCount = bits;
-  b.biClrImportant = clrImportant;
-  return b;
+  return testsupport::Bitmap(w, h, bits, 0, clrImportant);
 }
 
 TEST(SaveSizeEstimate, DepthRulesAndThirtyTwoBitCuts) {
