@@ -418,7 +418,9 @@ int32_t ReadTiffCineImage(Cine *cine, uint8_t *pixels) {
   TiffSource src;
   uint32_t first = 0, at = 0;
   BitmapInfoHeader h{};
-  std::vector<uint8_t> image;
+  // The page's bytes pass through a buffer the thread keeps from image to
+  // image.
+  thread_local std::vector<uint8_t> image;
   bool padded = false;
   if (OpenTiff(src, name.c_str(), &first) < 0 ||
       FindPage(src, first, static_cast<uint64_t>(page), &at) < 0 ||

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "cinefile/tagged_blocks.h"
 #include "companions/con/log.h"
@@ -27,11 +28,12 @@ constexpr size_t kValueSize = 512;
 
 }  // namespace
 
-XmlWriter::XmlWriter(FileHandle file) : file_(file), buffer_(new char[kBufferSize]) {}
+XmlWriter::XmlWriter(FileHandle file) : file_(file), buffer_(new (std::nothrow) char[kBufferSize]) {}
 
 void XmlWriter::Raw(std::string_view text) {
   if (text.size() > kBufferSize - used_) Flush();
-  if (text.size() >= kBufferSize) {
+  // Without its buffer the writer writes each piece as it comes.
+  if (!buffer_ || text.size() >= kBufferSize) {
     Merge(status_, XefFileWrite(file_, text.data(), static_cast<uint32_t>(text.size())));
     return;
   }
