@@ -23,17 +23,18 @@ bool MoveEntries(uint8_t *area, uint64_t areaSize, uint64_t to, uint64_t from, u
                  uint64_t k, uint64_t per, uint64_t count) {
   uint64_t bytes = count * per;
   if (to + kBlockHeaderSize + bytes > areaSize) return false;
-  uint64_t src = k * per;
+  uint64_t src = per && k > held / per ? held : k * per;  // an index past what is held copies nothing
   uint64_t copy = src < held ? std::min(bytes, held - src) : 0;
   std::memmove(area + to + kBlockHeaderSize, area + from + kBlockHeaderSize + src, copy);
   std::memset(area + to + kBlockHeaderSize + copy, 0, bytes - copy);
   return true;
 }
 
-// Rewrites the chain for the kept images k to k + m - 1. XE_ERR_NULL_CINE
-// for a block that cannot be clipped (the timecode among them): the blocks
-// before it are rewritten already.
-int32_t ClipBlocks(Cine *c, uint64_t k, uint64_t m, uint64_t *end) {
+// Rewrites the chain for the kept images k to k + m - 1; an old TIME_1
+// table, which spans the whole recording, keeps entries from `k1` on.
+// XE_ERR_NULL_CINE for a block that cannot be clipped (the timecode among
+// them): the blocks before it are rewritten already.
+int32_t ClipBlocks(Cine *c, uint64_t k, uint64_t k1, uint64_t m, uint64_t *end) {
   uint8_t *area = CineTail(c);
   const uint64_t areaSize = TaggedAreaSize(c);
   const uint64_t total = c->H.Header.TotalImageCount;
@@ -50,13 +51,13 @@ int32_t ClipBlocks(Cine *c, uint64_t k, uint64_t m, uint64_t *end) {
       ReportMessage(nullptr, "Cannot have TIME_1 block in memory!", "Internal error", kStyleError);
       const bool exposures = h.BlockSize >= total * 12 + 8;
       const uint64_t timesFrom = rpos;
-      if (!MoveEntries(area, areaSize, wpos, timesFrom, held, k, 8, m)) return XE_ERR_NULL_CINE;
+      if (!MoveEntries(area, areaSize, wpos, timesFrom, held, k1, 8, m)) return XE_ERR_NULL_CINE;
       WriteBlockHeader(area + wpos, static_cast<uint32_t>(m * 8 + 8), kTagTime, exposures ? 1 : h.Reserved);
       wpos += m * 8 + 8;
       if (exposures) {
         uint64_t expHeld = held > total * 8 ? held - total * 8 : 0;
         // Exposures lie behind the times of the whole recording.
-        if (!MoveEntries(area, areaSize, wpos, rpos + total * 8, expHeld, k, 4, m)) return XE_ERR_NULL_CINE;
+        if (!MoveEntries(area, areaSize, wpos, rpos + total * 8, expHeld, k1, 4, m)) return XE_ERR_NULL_CINE;
         WriteBlockHeader(area + wpos, static_cast<uint32_t>(m * 4 + 8), kTagExposure, h.Reserved);
         wpos += m * 4 + 8;
       }
@@ -82,11 +83,14 @@ int32_t ClipCine(Cine *c, ImageRange *range) {
   int32_t status = RangeIntersect(range, whole);
   const uint64_t k = static_cast<uint64_t>(static_cast<int64_t>(range->First) - whole.First);
   const uint64_t m = range->Cnt;
+  // A TIME_1 table counts from the first image of the recording.
+  const int64_t fromMovieFirst = static_cast<int64_t>(range->First) - hd.FirstMovieImage;
+  const uint64_t k1 = fromMovieFirst < 0 ? UINT64_MAX : static_cast<uint64_t>(fromMovieFirst);
 
   uint64_t end = TaggedAreaSize(c);
   const uint32_t oldTagged = TaggedAreaSize(c);
   if (hd.OffImageOffsets - hd.OffSetup != c->H.Setup.Length && oldTagged >= kBlockHeaderSize) {
-    int32_t st = ClipBlocks(c, k, m, &end);
+    int32_t st = ClipBlocks(c, k, k1, m, &end);
     if (st < 0) return st;
   }
   // The offsets move from their old place to the end of the rewritten blocks.
