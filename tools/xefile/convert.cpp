@@ -3,13 +3,12 @@
 // of the command line.
 #include <CLI/CLI.hpp>
 
-#include <strings.h>
-
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <optional>
 
+#include "adjust_options.h"
 #include "file_types.h"
 #include "save_progress.h"
 #include "tool.h"
@@ -18,98 +17,11 @@ namespace xetool {
 namespace {
 
 struct ConvertOptions {
-  std::string file, out, type, range, demosaic, flip, crop, resample;
-  std::optional<int> quality, bright, contrast, saturation, hue, rotate;
-  std::optional<float> gamma;
-  std::vector<float> wb;
+  std::string file, out, type, range;
+  std::optional<int> quality;
+  AdjustOptions adjust;
   bool depth16 = false, depth8 = false, xml = false, stampTime = false;
 };
-
-// Sets a 32-bit selector; the value the cine kept (it may limit it).
-uint32_t SetValue(CineHandle cine, uint32_t selector, uint32_t value) {
-  int32_t status = XeSetCineInfo(cine, selector, &value);
-  if (status < 0) Fail("option of selector " + std::to_string(selector) + " cannot be set", status);
-  return value;
-}
-
-// "WxH" into two numbers; false when it is not that.
-bool ParseSize(const std::string &text, int64_t *w, int64_t *h, size_t *used = nullptr) {
-  unsigned long long a = 0, b = 0;
-  int n = 0;
-  if (std::sscanf(text.c_str(), "%llux%llu%n", &a, &b, &n) != 2 || a == 0 || b == 0 || a > 65536 ||
-      b > 65536)
-    return false;
-  if (used) *used = static_cast<size_t>(n);
-  else if (static_cast<size_t>(n) != text.size()) return false;
-  *w = static_cast<int64_t>(a);
-  *h = static_cast<int64_t>(b);
-  return true;
-}
-
-// The demosaic id of a name of the library's list, case-blind.
-uint32_t DemosaicId(const std::string &name) {
-  uint8_t ids[6];
-  char names[6][20];
-  XefInitIntAlgoIDs(ids, nullptr, names);
-  std::string known;
-  for (int p = 0; p < 6; ++p) {
-    if (strcasecmp(name.c_str(), names[p]) == 0) return ids[p];
-    known += (p ? ", " : "") + std::string(names[p]);
-  }
-  FailWith("--demosaic " + name + ": unknown (known: " + known + ")", kExitUsage);
-}
-
-// The image adjustments of the command line, in the Setup of the cine.
-void ApplyAdjustments(CineHandle cine, const ConvertOptions &o) {
-  IMPROCOPTIONS p{};
-  XeGetCineProcessing(cine, &p);
-  if (o.bright) p.Bright = *o.bright;
-  if (o.contrast) p.Contrast = *o.contrast;
-  if (o.saturation) p.Saturation = *o.saturation;
-  if (o.hue) p.Hue = *o.hue;
-  if (o.gamma) p.Gamma = *o.gamma;
-  if (o.rotate) p.Rotate = *o.rotate;
-  if (!o.wb.empty()) {
-    p.WBRed = o.wb[0];
-    p.WBBlue = o.wb[1];
-  }
-  if (!o.flip.empty()) {
-    p.FlipH = o.flip.find('h') != std::string::npos;
-    p.FlipV = o.flip.find('v') != std::string::npos;
-  }
-  int32_t status = XeSetCineProcessing(cine, &p);
-  if (status < 0) Fail("the image adjustments cannot be set", status);
-
-  if (!o.crop.empty()) {
-    // WxH+X+Y, picture coordinates; right and bottom are inclusive.
-    int64_t w = 0, h = 0;
-    size_t used = 0;
-    long long x = -1, y = -1;
-    int n = 0;
-    if (!ParseSize(o.crop, &w, &h, &used) ||
-        std::sscanf(o.crop.c_str() + used, "+%lld+%lld%n", &x, &y, &n) != 2 ||
-        used + static_cast<size_t>(n) != o.crop.size() || x > 65535 || y > 65535)
-      FailWith("--crop " + o.crop + ": give WxH+X+Y", kExitUsage);
-    XeRect r{static_cast<int32_t>(x), static_cast<int32_t>(y), static_cast<int32_t>(x + w - 1),
-             static_cast<int32_t>(y + h - 1)};
-    status = XeSetCineInfo(cine, CIS_CropRect, &r);
-    if (status < 0) Fail("--crop", status);
-    SetValue(cine, CIS_EnableCrop, 1);
-    XeGetCineInfo(cine, CIS_CropRect, &r);
-    if (r.right - r.left + 1 != w || r.bottom - r.top + 1 != h || r.left != x || r.top != y)
-      std::fprintf(stderr, "xefile: note: the crop is %dx%d+%d+%d (widths are multiples of 16, heights of 8)\n",
-                   r.right - r.left + 1, r.bottom - r.top + 1, r.left, r.top);
-  }
-  if (!o.resample.empty()) {
-    int64_t w = 0, h = 0;
-    if (!ParseSize(o.resample, &w, &h)) FailWith("--resample " + o.resample + ": give WxH", kExitUsage);
-    const uint32_t gw = SetValue(cine, CIS_ResampleWidth, static_cast<uint32_t>(w));
-    const uint32_t gh = SetValue(cine, CIS_ResampleHeight, static_cast<uint32_t>(h));
-    SetValue(cine, CIS_EnableResample, 1);
-    if (gw != w || gh != h)
-      std::fprintf(stderr, "xefile: note: the images are resampled to %ux%u (multiples of 16 and 8)\n", gw, gh);
-  }
-}
 
 // A still-image save writes a file per image: a name without an image
 // number token gets one before its extension.
@@ -174,28 +86,20 @@ void RunConvert(const ConvertOptions &o) {
 
   // The type first: changing it sets the type's defaults, which the
   // options below then change.
-  SetValue(cine, CIS_FileType, static_cast<uint32_t>(static_cast<int32_t>(type->code)));
+  SetCineValue(cine, CIS_FileType, static_cast<uint32_t>(static_cast<int32_t>(type->code)));
   const int32_t quality = o.quality ? *o.quality : static_cast<int32_t>(XevGetCineInfo(cine, CIS_Quality));
   int32_t status = XeSetCineSaveOptions(cine, out.c_str(), static_cast<uint16_t>(type->code),
                                         o.stampTime ? 1 : 0, quality);
   if (status < 0) Fail("the save options cannot be set", status);
   status = XeSetCineSaveRange(cine, span.first, span.last);
   if (status < 0) Fail("the save range cannot be set", status);
-  if (o.depth16 && SetValue(cine, CIS_Save16Bit, 1) == 0)
+  if (o.depth16 && SetCineValue(cine, CIS_Save16Bit, 1) == 0)
     std::fprintf(stderr, "xefile: note: 16-bit output is not possible for this cine and type\n");
-  if (o.depth8) SetValue(cine, CIS_Save16Bit, 0);
-  if (o.xml) SetValue(cine, CIS_XmlHeader, 1);
-  ApplyAdjustments(cine, o);
-
+  if (o.depth8) SetCineValue(cine, CIS_Save16Bit, 0);
+  if (o.xml) SetCineValue(cine, CIS_XmlHeader, 1);
+  ApplyAdjustOptions(cine, o.adjust);
   // The demosaic of saves is a setting of the user's; it is put back after.
-  std::optional<uint32_t> savedAlgo;
-  if (!o.demosaic.empty()) {
-    const uint32_t id = DemosaicId(o.demosaic);
-    savedAlgo = XevGetCineInfo(cine, CIS_SaveAlgo);
-    if (SetValue(cine, CIS_SaveAlgo, id) != id) {
-      FailWith("--demosaic " + o.demosaic + " cannot be used for a save", kExitUsage);
-    }
-  }
+  DemosaicChoice demosaic(cine, o.adjust, CIS_SaveAlgo);
 
   // Names as the save will expand them (a ~8 name counts up past files
   // that exist, so it is asked for before the save makes its file).
@@ -212,7 +116,6 @@ void RunConvert(const ConvertOptions &o) {
   SaveProgress progress(span.count());
   status = XeWriteCineFile(cine, SaveProgress::Callback());
   progress.Finish();
-  if (savedAlgo) SetValue(cine, CIS_SaveAlgo, *savedAlgo);
 
   if (progress.Interrupted())
     FailWith("stopped after " + std::to_string(progress.ImagesDone()) + " images", kExitInterrupted);
@@ -248,22 +151,7 @@ void AddConvertCommand(CLI::App &app) {
   sub->add_flag("--8bit", o->depth8, "8-bit samples in the output");
   sub->add_flag("--xml", o->xml, "also write the XML description of the recording");
   sub->add_flag("--stamp-time", o->stampTime, "stamp each image's time into the image");
-  sub->add_option("--demosaic", o->demosaic,
-                  "colour interpolation: Fastest, Fast, Medium, Good or Best");
-  sub->add_option("--bright", o->bright, "brightness, thousandths of full scale (-1000 to 1000)");
-  sub->add_option("--contrast", o->contrast, "contrast (0 neutral, -100 to 100)");
-  sub->add_option("--gamma", o->gamma, "gamma (1.0 neutral; above 1 lightens the mid-tones)")
-      ->check(CLI::PositiveNumber);
-  sub->add_option("--saturation", o->saturation, "saturation (0 neutral, -100 gray)");
-  sub->add_option("--hue", o->hue, "hue turn in degrees");
-  sub->add_option("--wb", o->wb, "white balance gains R,B (1.0 neutral)")
-      ->delimiter(',')
-      ->expected(2);
-  sub->add_option("--crop", o->crop, "crop to WxH+X+Y");
-  sub->add_option("--resample", o->resample, "resample to WxH");
-  sub->add_option("--flip", o->flip, "mirror: h, v or hv")->check(CLI::IsMember({"h", "v", "hv", "vh"}));
-  sub->add_option("--rotate", o->rotate, "a quarter turn: 90 clockwise or -90")
-      ->check(CLI::IsMember({0, 90, -90, 270, -270}));
+  AddAdjustOptions(sub, o->adjust);
   sub->callback([o] { RunConvert(*o); });
 }
 
