@@ -91,9 +91,10 @@ struct Image {
 uint32_t Stride(uint32_t w, uint32_t bits) { return (w * bits + 31) / 32 * 4; }
 
 // The mosaic of a picture in a buffer big enough for the colour result;
-// memory row r holds picture row h - 1 - r (or row r when `topDown`, the
-// wrong phase).
-Image Mosaic(Picture &p, uint32_t code, uint32_t bits, bool topDown = false) {
+// memory row r holds picture row h - 1 - r. With `wrongPhase` each row is
+// sampled through the pattern row of its neighbour: what a library that
+// counted pattern rows from the wrong end would take for this picture.
+Image Mosaic(Picture &p, uint32_t code, uint32_t bits, bool wrongPhase = false) {
   Image im;
   im.h = testsupport::Bitmap(static_cast<int32_t>(p.w), static_cast<int32_t>(p.h),
                              static_cast<uint16_t>(bits));
@@ -102,8 +103,9 @@ Image Mosaic(Picture &p, uint32_t code, uint32_t bits, bool topDown = false) {
   float maxv = bits == 8 ? 255.f : 65535.f;
   for (uint32_t r = 0; r < p.h; ++r)
     for (uint32_t x = 0; x < p.w; ++x) {
-      uint32_t y = topDown ? r : p.h - 1 - r;
-      uint32_t v = static_cast<uint32_t>(std::lround(p.At(x, y)[PictureColour(code, x, y)] * maxv));
+      uint32_t y = p.h - 1 - r;
+      uint32_t v = static_cast<uint32_t>(
+          std::lround(p.At(x, y)[PictureColour(code, x, y + (wrongPhase ? 1 : 0))] * maxv));
       uint8_t *row = im.px.data() + static_cast<size_t>(Stride(p.w, bits)) * r;
       if (bits == 8)
         row[x] = static_cast<uint8_t>(v);
@@ -168,15 +170,18 @@ TEST(Demosaic, BestBeatsFastOnEdges) {
 }
 
 TEST(Demosaic, BottomUpPhaseOfThePattern) {
-  // Built top-down, the mosaic of an odd height has the wrong phase for
-  // every pattern (and for even heights for the 2 x 2 ones only in rows).
+  // Memory row 0 is the bottom picture row: with an odd height it lies on
+  // pattern row 0, with an even one on pattern row 1. Only the mosaic of
+  // the right phase comes back close to the picture, at either height.
   for (uint32_t h : {51u, 50u}) {
     Picture texture = Texture(60, h);
     for (uint32_t code : {1u, 3u, 4u}) {
       Image right = Mosaic(texture, code, 8), wrong = Mosaic(texture, code, 8, true);
       ASSERT_EQ(XeInterpolateColor(&right.h, right.px.data(), code, kDemosaicGood), 0);
       ASSERT_EQ(XeInterpolateColor(&wrong.h, wrong.px.data(), code, kDemosaicGood), 0);
-      EXPECT_GT(Psnr(right, texture), Psnr(wrong, texture) + 6) << "code " << code << " height " << h;
+      const double good = Psnr(right, texture);
+      EXPECT_GT(good, 28) << "code " << code << " height " << h;
+      EXPECT_GT(good, Psnr(wrong, texture) + 6) << "code " << code << " height " << h;
     }
   }
 }

@@ -244,6 +244,12 @@ TEST(ImProc, ColourWhiteBalanceSaturationAndHue) {
       EXPECT_EQ(wb.Get(x, 1, 0), (orig.Get(x, 1, 0) + 1) / 2);
     }
 
+    Image blank = orig;  // a gain of 0 is applied, not taken as unset
+    o.WBRed = 0.0f;
+    ASSERT_EQ(blank.Apply(o), XE_OK);
+    EXPECT_EQ(blank.Get(3, 2, 2), 0u);
+    EXPECT_EQ(blank.Get(3, 2, 0), wb.Get(3, 2, 0));
+
     Image gray = orig;
     o = Neutral();
     o.Saturation = -100;

@@ -119,6 +119,16 @@ TEST(WhiteBalance, EachPatternInPictureCoordinatesWhateverTheHeight) {
   }
 }
 
+TEST(WhiteBalance, AGainOfZeroBlanksItsColour) {
+  // Zero is a usable gain, not a missing one: the red sites go dark.
+  Image img(4, 3, 16, 4096);
+  img.Fill([](uint32_t, uint32_t, uint32_t) { return 1000u; });
+  const float gains[2] = {0.0f, 1.0f};
+  ASSERT_EQ(XeWBAdjustUnint(&img.h, img.P(), 4, gains), XE_OK);
+  for (uint32_t y = 0; y < img.H(); ++y)
+    for (uint32_t x = 0; x < img.W(); ++x) EXPECT_EQ(img.Get(x, y), SiteColour(4, x, y) == 'R' ? 0u : 1000u);
+}
+
 TEST(WhiteBalance, RoundsAndSaturatesAtTheTopOfTheDepth) {
   Image twelve(2, 2, 16, 4096);  // code 4: R G / G B
   twelve.Fill([](uint32_t x, uint32_t y, uint32_t) { return x == y ? 3000u : 4000u; });

@@ -112,22 +112,25 @@ TEST(PackedLayout, EveryCodeSurvivesBothModes) {
 }
 
 TEST(PackedLayout, RepackClampsSamplesBeyondTheDepth) {
-  struct Case {
-    uint32_t levels;
-    uint16_t in[4];
-    uint16_t codes[4];
-  };
-  const Case cases[] = {{16384, {16383, 16384, 65535, 0}, {1023, 1023, 1023, 0}},
-                        {1024, {1023, 1024, 65535, 5}, {1023, 1023, 1023, 5}}};
-  for (const Case &c : cases) {
-    BitmapInfoHeader b = PackedHeader(4, 1);
+  // 37 samples: two whole blocks of 16 and a partial group, values beyond
+  // the depth spread over all of them.
+  const uint16_t *inv = InverseLinearizationTable();
+  for (uint32_t levels : {1024u, 16384u}) {
+    BitmapInfoHeader b = PackedHeader(37, 1);
     b.biCompression = 0;
-    b.biClrImportant = c.levels;
-    std::vector<uint8_t> buf(8);
-    std::memcpy(buf.data(), c.in, 8);
+    b.biClrImportant = levels;
+    std::vector<uint16_t> in(37), codes(37);
+    for (uint16_t i = 0; i < 37; ++i) {
+      in[i] = i % 3 == 0 ? static_cast<uint16_t>(levels + 700u * i) : static_cast<uint16_t>(i * 27);
+      const uint16_t top = static_cast<uint16_t>(levels - 1);
+      codes[i] = levels == 1024 ? std::min(in[i], top) : inv[std::min(in[i], top)];
+    }
+    std::vector<uint8_t> buf(Stride(37));
+    std::memcpy(buf.data(), in.data(), 74);
     ASSERT_EQ(XefRepackImage(&b, buf.data(), nullptr, 10), 0);
-    buf.resize(5);
-    EXPECT_EQ(buf, PackBitByBit({c.codes, c.codes + 4})) << c.levels;
+    EXPECT_EQ(codes[36], 1023);
+    buf.resize(b.biSizeImage);
+    EXPECT_EQ(buf, PackBitByBit(codes)) << levels;
   }
 }
 
