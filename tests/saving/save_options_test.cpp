@@ -86,19 +86,6 @@ TEST(SaveOptions, RangeSetterMarkerEdgeAndGetterAsymmetry) {
   EXPECT_EQ(c->Saving.HeadMask, 0x5u);
 }
 
-TEST(SaveOptions, SettersLogTheirEntryLines) {
-  cinetest::LogCapture log;
-  Opened o(TwentyImages());
-  XeSetCineSaveOptions(o.cine, "/o/a.cine", 1, 3, -1);
-  XeSetCineSaveRange(o.cine, 10, 20);
-  XeSetCineSaveRange(nullptr, 1, 2);
-  std::string text = log.Text();
-  EXPECT_NE(text.find("(/o/a.cine) StampTime:3 CCIQuality:-1"), std::string::npos) << text;
-  EXPECT_NE(text.find("\nXeSetCineSaveOptions: Cine: 0x"), std::string::npos);
-  EXPECT_NE(text.find(" First 10 Last 20"), std::string::npos);
-  EXPECT_NE(text.find("\nXeSetCineSaveRange Cine 0x0 First 1 Last 2 ErrCode= -2000"), std::string::npos);
-}
-
 TEST(SaveOptions, CopyTakesTheListedFieldsAndKeepsTheWriterAndStamps) {
   Opened a(TwentyImages()), b(TwentyImages());
   xe::SavingOptions &s = a.cine->Saving;

@@ -105,35 +105,6 @@ class SaveTest : public ::testing::Test {
   fixture::TempDir dir;
 };
 
-TEST_F(SaveTest, RawAndProcessedCinesKeepImagesAndPerImageData) {
-  cinetest::Opened src(Recording());
-  ASSERT_GE(src.status, 0);
-  struct Case {
-    int16_t type;
-    int32_t first, last;
-  } cases[] = {{0, kFirst, kFirst + 9}, {0, kFirst + 2, kFirst + 6}, {1, kFirst + 4, kFirst + 9}};
-  for (const Case &k : cases) {
-    SCOPED_TRACE(k.type * 100 + k.first);
-    ASSERT_EQ(XeSetCineSaveRange(src.cine, k.first, k.last), 0);
-    std::string path = Out("out" + std::to_string(k.type) + std::to_string(k.first) + ".cine");
-    ASSERT_EQ(Save(src.cine, path, k.type), 0);
-    Saved out(path);
-    ASSERT_GE(out.status, 0);
-    const uint32_t n = static_cast<uint32_t>(k.last - k.first + 1);
-    EXPECT_EQ(Stored(out.cine), std::make_pair(k.first, n));
-    // A raw save stores the sensor data; a processed one what the save
-    // chain delivers.
-    EXPECT_EQ(Images(out.cine, k.first, n, 3), Images(src.cine, k.first, n, k.type == 0 ? 3 : 2));
-    for (int32_t im = k.first; im <= k.last; ++im) {
-      EXPECT_EQ(Aux(out.cine, im, 1002, 8), Aux(src.cine, im, 1002, 8));
-      EXPECT_EQ(Aux(out.cine, im, 1003, 4), Aux(src.cine, im, 1003, 4));
-      EXPECT_EQ(Aux(out.cine, im, 1004, 6), Aux(src.cine, im, 1004, 6));
-      EXPECT_EQ(Aux(out.cine, im, 1005, 1), Aux(src.cine, im, 1005, 1));
-      EXPECT_EQ(Aux(out.cine, im, 1006, 4), Aux(src.cine, im, 1006, 4));
-    }
-  }
-}
-
 TEST_F(SaveTest, SavingThreadWritesTheSameBytes) {
   cinetest::Opened src(Recording());
   for (int16_t type : {0, 1}) {
