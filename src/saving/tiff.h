@@ -102,6 +102,11 @@ void SwapColours(uint8_t *data, uint32_t width, uint32_t rows, size_t stride, bo
 void ExpandTo16(uint8_t *data, size_t bytes);
 // Keeps the high byte of each of `samples` 16-bit samples, in place.
 void KeepHighBytes(uint8_t *data, size_t samples);
+// Scales `samples` 16-bit samples in place to full scale: each is multiplied
+// by 0x10000 / levels (the grey levels of the bitmap, biClrImportant), or by
+// 16 when levels is 0. A sample above the white of its depth saturates at
+// 65535 rather than wrapping to a dark value.
+void ScaleToFullScale(uint8_t *data, size_t samples, uint32_t levels);
 
 // 12-bit packing. Two 16-bit samples a, b become three bytes: a >> 8,
 // (a & 0xF0) | (b >> 12), (b >> 4) & 0xFF: each keeps its top 12 bits, most

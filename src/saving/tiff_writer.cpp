@@ -6,6 +6,7 @@
 // ends at 206; with three samples the three bit depths follow there. Then
 // the X and Y resolutions, the Software text, the date, and the image as one
 // strip of top-down rows without padding.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -120,6 +121,16 @@ void KeepHighBytes(uint8_t *data, size_t samples) {
   for (size_t i = 0; i < samples; ++i) data[i] = data[2 * i + 1];
 }
 
+void ScaleToFullScale(uint8_t *data, size_t samples, uint32_t levels) {
+  const uint32_t factor = levels ? 0x10000u / levels : 16u;
+  for (size_t i = 0; i < samples; ++i) {
+    uint16_t v;
+    std::memcpy(&v, data + 2 * i, 2);
+    v = static_cast<uint16_t>(std::min<uint32_t>(uint32_t{v} * factor, 0xFFFFu));
+    std::memcpy(data + 2 * i, &v, 2);
+  }
+}
+
 }  // namespace tiff
 
 namespace {
@@ -141,18 +152,6 @@ void CheckPosition(FileHandle f, uint32_t expected) {
   if (XefFileTell32(f, &at) < 0 || at == expected) return;
   if (frame::MessagesEnabled.load())
     ReportMessage(nullptr, "Structure error when writing the tif file", "Error", kStyleError);
-}
-
-// The 16-bit samples of a bitmap scaled to full scale by 0x10000 over the
-// grey levels (16 with none given), in 16 bits.
-void ScaleToFullScale(uint8_t *data, size_t samples, uint32_t levels) {
-  const uint32_t factor = levels ? 0x10000u / levels : 16u;
-  for (size_t i = 0; i < samples; ++i) {
-    uint16_t v;
-    std::memcpy(&v, data + 2 * i, 2);
-    v = static_cast<uint16_t>(v * factor);
-    std::memcpy(data + 2 * i, &v, 2);
-  }
 }
 
 }  // namespace
@@ -245,7 +244,7 @@ int32_t WriteTiffFile(const char *name, int16_t fileType, const BitmapInfoHeader
   for (uint32_t r = 0; r < rows; ++r) {
     uint8_t *row = scratch.data();
     std::memcpy(row, pixels + stride * (rows - 1 - r), rowBytes);
-    if (wide) ScaleToFullScale(row, rowBytes / 2, h.biClrImportant);
+    if (wide) tiff::ScaleToFullScale(row, rowBytes / 2, h.biClrImportant);
     if (colour) tiff::SwapColours(row, static_cast<uint32_t>(h.biWidth), 1, rowBytes, wide);
     size_t bytes = rowBytes;
     if (deepFile) {

@@ -55,9 +55,9 @@ void StoreRows(const Bayer &b, const Plane &R, const Plane &G, const Plane &B, c
       const float *pr = R.Row(r + kPad) + kPad, *pg = G.Row(r + kPad) + kPad, *pb = B.Row(r + kPad) + kPad;
       T *o = reinterpret_cast<T *>(out.Row(r));
       for (uint32_t x = 0; x < b.w; ++x) {
-        o[3 * x] = Clamp<T>(pb[x], b.maxv);
-        o[3 * x + 1] = Clamp<T>(pg[x], b.maxv);
-        o[3 * x + 2] = Clamp<T>(pr[x], b.maxv);
+        o[3 * x] = Clamp<T>(pb[x], b.top);
+        o[3 * x + 1] = Clamp<T>(pg[x], b.top);
+        o[3 * x + 2] = Clamp<T>(pr[x], b.top);
       }
     }
   });
@@ -105,12 +105,13 @@ void GiveBack(Buffer &&b) {
   }
 }
 
-void MakeBayer(const ImageView &mosaic, uint32_t code, Bayer *b) {
+void MakeBayer(const ImageView &mosaic, uint32_t code, uint32_t white, Bayer *b) {
   b->w = mosaic.width;
   b->h = mosaic.height;
   b->pw = b->w + 2 * kPad;
   b->ph = b->h + 2 * kPad;
   b->maxv = static_cast<float>(MaxSample(mosaic));
+  b->top = static_cast<float>(white);
   b->buf = TakeBuffer(static_cast<size_t>(b->pw) * b->ph * sizeof(uint16_t));
   b->m = reinterpret_cast<uint16_t *>(b->buf.data.get());
   for (uint32_t y = 0; y < 2; ++y)
@@ -139,7 +140,8 @@ void MakeBayer(const ImageView &mosaic, uint32_t code, Bayer *b) {
   }
 }
 
-void MakeRaw(const ImageView &mosaic, uint32_t code, Raw *raw) {
+void MakeRaw(const ImageView &mosaic, uint32_t code, uint32_t top, Raw *raw) {
+  raw->top = static_cast<float>(top);
   raw->w = mosaic.width;
   raw->h = mosaic.height;
   raw->m.resize(static_cast<size_t>(raw->w) * raw->h);
@@ -178,6 +180,9 @@ int32_t XeInterpolateColor(BitmapInfoHeader *h, uint8_t *pixels, uint32_t cfa, u
   ImageView out;
   if (size == 0xFFFFFFFFu || !MakeView(&colour, pixels, &out)) return XE_ERR_NOT_SUPPORTED;
 
+  // Sharpening interpolations overshoot at edges: results are limited to the
+  // white of the header (4095 for 12-bit samples), not only to the container.
+  const uint32_t top = mosaic.bits == 8 ? 255u : std::min(XefMaxPixDIB(h), 65535u);
   uint32_t code = CfaCode(cfa);
   if (code == 0) {
     std::vector<uint16_t> m(static_cast<size_t>(mosaic.width) * mosaic.height);
@@ -190,15 +195,15 @@ int32_t XeInterpolateColor(BitmapInfoHeader *h, uint8_t *pixels, uint32_t cfa, u
     });
   } else if (id == kDemosaicFastest && code <= 2 && mosaic.width >= 2 && mosaic.height >= 2) {
     dm::Raw raw;
-    dm::MakeRaw(mosaic, code, &raw);
+    dm::MakeRaw(mosaic, code, top, &raw);
     dm::DemosaicWindow(raw, out);
   } else if (code <= 2 || mosaic.width < 2 || mosaic.height < 2) {
     dm::Raw raw;
-    dm::MakeRaw(mosaic, code, &raw);
+    dm::MakeRaw(mosaic, code, top, &raw);
     dm::DemosaicNormalised(raw, id != kDemosaicFast && id != kDemosaicFastest, out);
   } else {
     dm::Bayer b;
-    dm::MakeBayer(mosaic, code, &b);
+    dm::MakeBayer(mosaic, code, top, &b);
     switch (id) {
       case kDemosaicFastest: dm::DemosaicWindow(b, out); break;
       case kDemosaicMedium: dm::DemosaicMedium(b, out); break;

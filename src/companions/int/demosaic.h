@@ -44,6 +44,12 @@
 // 0 and any code outside 1 to 4: the image is grey; each sample is copied to
 // the three channels.
 //
+// Results: rounded and limited to 0 and the white of the header, 255 for
+// 8-bit samples and 2^XefEffectiveBits - 1 for 16-bit ones (4095 for a
+// header with biClrImportant 4096): the sharpening algorithms overshoot at
+// edges, and a sample above the white would be read as a brighter one than
+// the depth can hold.
+//
 // Borders: the Bayer algorithms see the image mirrored about its first and
 // last rows and columns (which keeps the phase of the pattern), so no border
 // is treated differently.

@@ -131,7 +131,7 @@ inline bool Mean3At(const Raw &raw, const NeighbourTable &t, uint32_t x, uint32_
 template <typename T>
 void NormalisedRows(const Raw &raw, const NeighbourTable &t, bool differences,
                     const std::vector<float> &green, uint32_t begin, uint32_t end, const ImageView &out) {
-  float maxv = out.bits == 8 ? 255.f : 65535.f;
+  const float maxv = raw.top;
   auto sample = [&](uint32_t x, uint32_t y) { return static_cast<float>(raw.Row(y)[x]); };
   auto diff = [&](uint32_t x, uint32_t y) {
     return static_cast<float>(raw.Row(y)[x]) - green[static_cast<size_t>(y) * raw.w + x];

@@ -38,7 +38,8 @@ struct Bayer {
   uint32_t w = 0, h = 0;    // image
   uint32_t pw = 0, ph = 0;  // padded
   uint32_t rx = 0, ry = 0;  // the parity of x and of y of the red sites
-  float maxv = 255.f;
+  float maxv = 255.f;       // the largest sample of the container (255 or 65535)
+  float top = 255.f;        // the white of the header: results are limited to it
 
   Bayer() = default;
   Bayer(const Bayer &) = delete;
@@ -54,8 +55,9 @@ struct Bayer {
   bool IsGreen(uint32_t px, uint32_t py) const { return (px & 1u) != SiteParity(py); }
 };
 
-// The copy for CFA code 3 or 4 of an image of at least 2 x 2.
-void MakeBayer(const ImageView &mosaic, uint32_t code, Bayer *b);
+// The copy for CFA code 3 or 4 of an image of at least 2 x 2; `white` is the
+// largest value a result may take.
+void MakeBayer(const ImageView &mosaic, uint32_t code, uint32_t white, Bayer *b);
 
 // A float plane of the padded size; every algorithm writes what it reads.
 struct Plane {
@@ -104,11 +106,12 @@ struct Raw {
   std::vector<uint16_t> m;
   uint32_t w = 0, h = 0;
   Colour col[2][4] = {};
+  float top = 255.f;  // the white of the header: results are limited to it
   const uint16_t *Row(uint32_t r) const { return m.data() + static_cast<size_t>(r) * w; }
   Colour At(uint32_t x, uint32_t r) const { return col[r & 1u][x & 3u]; }
 };
 
-void MakeRaw(const ImageView &mosaic, uint32_t code, Raw *raw);
+void MakeRaw(const ImageView &mosaic, uint32_t code, uint32_t top, Raw *raw);
 
 // The 2 x 2 window reconstruction (any code, width and height at least 2).
 void DemosaicWindow(const Raw &raw, const ImageView &out);

@@ -54,7 +54,7 @@ void MediumRow(const uint16_t *a2, const uint16_t *a1, const uint16_t *c, const 
 
 template <typename T>
 void MediumRows(const Bayer &b, uint32_t begin, uint32_t end, const ImageView &out) {
-  int32_t maxv = static_cast<int32_t>(b.maxv);
+  int32_t maxv = static_cast<int32_t>(b.top);
   for (uint32_t r = begin; r < end; ++r) {
     uint32_t py = r + kPad;
     const uint16_t *c = b.ImageRow(r);
