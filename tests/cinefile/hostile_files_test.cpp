@@ -55,35 +55,22 @@ TEST(HostileFiles, TruncationAtEveryByteOfTheHeaderParts) {
 }
 
 TEST(HostileFiles, OffsetsPointingOutsideTheFile) {
-  {
-    CineBuilder b = RichFile();
-    b.header().OffSetup = 0x7FFFFFF0;
-    Opened o(b.Build());
-    EXPECT_EQ(o.status, XE_ERR_FILE_READ);
-    EXPECT_EQ(o.cine, nullptr);
+  struct Case { uint32_t at, value; };
+  // OffImageHeader, OffSetup, OffImageOffsets (a huge tagged area).
+  for (Case k : {Case{24, 0xFFFFFFF0}, Case{28, 0x7FFFFFF0}, Case{32, 0xFFFFFF00}}) {
+    Bytes bytes = RichFile().Build();
+    PutU32(bytes, k.at, k.value);
+    Opened o(bytes);
+    EXPECT_EQ(o.status, XE_ERR_FILE_READ) << k.at;
+    EXPECT_EQ(o.cine, nullptr) << k.at;
   }
-  {
-    CineBuilder b = RichFile();
-    b.header().OffImageOffsets = 0xFFFFFF00;  // a huge tagged area
-    Opened o(b.Build());
-    EXPECT_EQ(o.status, XE_ERR_FILE_READ);
-    EXPECT_EQ(o.cine, nullptr);
-  }
-  {
-    CineBuilder b = RichFile();
-    b.header().OffImageOffsets = 100;  // before the end of the Setup: no tagged area
-    Opened o(b.Build());
-    // The offsets are read from inside the Setup: nonsense, but held.
-    ASSERT_EQ(o.status, 0);
-    EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u);
-    Exercise(o.cine);
-  }
-  {
-    CineBuilder b = RichFile();
-    b.header().OffImageHeader = 0xFFFFFFF0;
-    Opened o(b.Build());
-    EXPECT_EQ(o.status, XE_ERR_FILE_READ);
-  }
+  CineBuilder b = RichFile();
+  b.header().OffImageOffsets = 100;  // before the end of the Setup: no tagged area
+  Opened o(b.Build());
+  // The offsets are read from inside the Setup: nonsense, but held.
+  ASSERT_EQ(o.status, 0);
+  EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u);
+  Exercise(o.cine);
 }
 
 TEST(HostileFiles, ImageCountsBeyondTheAllocationLimit) {
@@ -92,11 +79,6 @@ TEST(HostileFiles, ImageCountsBeyondTheAllocationLimit) {
   Opened o(bytes);
   EXPECT_EQ(o.status, XE_ERR_CINE_ALLOC);
   EXPECT_EQ(o.cine, nullptr);
-  // Large but allocatable: refused because the file cannot hold the offsets.
-  PutU32(bytes, 20, 100000000);
-  Opened o2(bytes);
-  EXPECT_EQ(o2.status, XE_ERR_FILE_READ);
-  EXPECT_EQ(o2.cine, nullptr);
 }
 
 TEST(HostileFiles, BlocksThatRunPastTheArea) {
