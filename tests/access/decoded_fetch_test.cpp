@@ -9,6 +9,7 @@
 #include "access/file_image.h"
 #include "cinefile/cine_test_support.h"
 #include "companions/int/packing.h"
+#include "support/bitmap.h"
 
 using namespace fixture;
 using cinetest::Opened;
@@ -30,16 +31,6 @@ Bytes Flat16(int32_t w, int32_t h, uint16_t v) {
   Bytes b(RowBytes(w, 16) * h, 0);
   for (int32_t y = 0; y < h; ++y)
     for (int32_t x = 0; x < w; ++x) PutU16(b, y * RowBytes(w, 16) + 2 * x, v);
-  return b;
-}
-
-// 10-bit samples as one stream, most significant bit first.
-Bytes Packed10(const std::vector<uint16_t> &samples) {
-  Bytes b((samples.size() * 10 + 7) / 8, 0);
-  size_t bit = 0;
-  for (uint16_t s : samples)
-    for (int i = 9; i >= 0; --i, ++bit)
-      if (s >> i & 1) b[bit / 8] |= static_cast<uint8_t>(0x80 >> (bit % 8));
   return b;
 }
 
@@ -126,7 +117,7 @@ TEST(DecodedFetch, PackedFileIsLinearisedToFourteenBits) {
   b.setup().SetU32(setup::kCFA, 3).SetU32(setup::kRealBPP, 10).SetI32(setup::kWhiteLevel, 1023)
       .SetI32(setup::kBlackLevel, 64).SetF32(setup::kWBGain, 1.5f)
       .SetF32(setup::kWBGain + 4, 1.25f);
-  b.ImagePayload(0, Packed10(std::vector<uint16_t>(w * h, 512)));
+  b.ImagePayload(0, testsupport::Packed10(std::vector<uint16_t>(w * h, 512)));
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
   // The stored image is read by its stored header whatever the cine's says,

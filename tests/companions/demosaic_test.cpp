@@ -161,14 +161,6 @@ TEST(Demosaic, QualityOfEveryIdOnEveryPattern) {
     }
 }
 
-TEST(Demosaic, BestBeatsFastOnEdges) {
-  Picture edges = Edges(72, 61);
-  for (uint32_t code : {3u, 4u}) {
-    double fast = Demosaicked(edges, code, kDemosaicFast), best = Demosaicked(edges, code, kDemosaicBest);
-    EXPECT_GT(best, fast + 4) << "code " << code;
-  }
-}
-
 TEST(Demosaic, BottomUpPhaseOfThePattern) {
   // Memory row 0 is the bottom picture row: with an odd height it lies on
   // pattern row 0, with an even one on pattern row 1. Only the mosaic of

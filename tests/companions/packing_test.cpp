@@ -24,17 +24,7 @@ BitmapInfoHeader PackedHeader(int32_t w, int32_t h) {
 
 size_t Stride(int32_t w) { return (static_cast<size_t>(w) * 2 + 3) / 4 * 4; }
 
-// The layout written bit by bit: sample i at stream bits 10i..10i+9, most
-// significant first, stream bit 0 the top bit of byte 0.
-std::vector<uint8_t> PackBitByBit(const std::vector<uint16_t> &codes) {
-  std::vector<uint8_t> out((codes.size() * 10 + 7) / 8, 0);
-  for (size_t i = 0; i < codes.size(); ++i)
-    for (size_t b = 0; b < 10; ++b) {
-      const size_t bit = 10 * i + b;
-      if ((codes[i] >> (9 - b)) & 1) out[bit / 8] |= static_cast<uint8_t>(0x80 >> (bit % 8));
-    }
-  return out;
-}
+using testsupport::Packed10;
 
 // Exactly as large as the unpacked image, the packed bytes at its start: the
 // sanitizer sees any access beyond it.
@@ -54,7 +44,7 @@ uint16_t At(const std::vector<uint8_t> &buf, int32_t w, int32_t x, int32_t y) {
 // expects the original bytes back.
 void RoundTrip(int32_t w, int32_t h, const std::vector<uint16_t> &codes, uint32_t mode) {
   SCOPED_TRACE(::testing::Message() << w << "x" << h << " mode " << mode);
-  const std::vector<uint8_t> packed = PackBitByBit(codes);
+  const std::vector<uint8_t> packed = Packed10(codes);
   std::vector<uint8_t> buf = Buffer(packed, w, h);
   BitmapInfoHeader b = PackedHeader(w, h);
   ASSERT_EQ(XefUnpackImage(&b, buf.data(), nullptr, mode), 0);
@@ -83,7 +73,7 @@ TEST(PackedLayout, FourSamplesFillFiveBytesMostSignificantBitFirst) {
   const std::vector<uint16_t> codes = {0x3FF, 0x000, 0x155, 0x2AA};
   // 1111111111 0000000000 0101010101 1010101010
   const std::vector<uint8_t> bytes = {0xFF, 0xC0, 0x05, 0x56, 0xAA};
-  ASSERT_EQ(PackBitByBit(codes), bytes);
+  ASSERT_EQ(Packed10(codes), bytes);
   RoundTrip(4, 1, codes, 0);
   RoundTrip(2, 2, codes, 0);  // a group of four across two rows
 }
@@ -130,7 +120,7 @@ TEST(PackedLayout, RepackClampsSamplesBeyondTheDepth) {
     ASSERT_EQ(XefRepackImage(&b, buf.data(), nullptr, 10), 0);
     EXPECT_EQ(codes[36], 1023);
     buf.resize(b.biSizeImage);
-    EXPECT_EQ(buf, PackBitByBit(codes)) << levels;
+    EXPECT_EQ(buf, Packed10(codes)) << levels;
   }
 }
 

@@ -12,6 +12,7 @@
 #include "companions/int/packing.h"
 #include "processing/chain_steps.h"
 #include "processing/use_case.h"
+#include "support/bitmap.h"
 #include "support/log_to_file.h"
 #include "xefile/xefile_selectors.h"
 
@@ -78,17 +79,7 @@ TEST(ProcessedColour, EveryUseCaseDeliversTheStoredColourImage) {
   }
 }
 
-// 10-bit samples as one stream, most significant bit first.
-Bytes Packed10(const std::vector<uint16_t> &codes) {
-  Bytes b((codes.size() * 10 + 7) / 8, 0);
-  for (size_t i = 0; i < codes.size(); ++i)
-    for (int k = 9; k >= 0; --k)
-      if (codes[i] >> k & 1) {
-        const size_t bit = 10 * i + 9 - k;
-        b[bit / 8] |= static_cast<uint8_t>(0x80 >> (bit % 8));
-      }
-  return b;
-}
+using testsupport::Packed10;
 
 // A packed gray file: unpacked to 14 linear bits for the view and the raw
 // use case; repacked, with its header back to the packed form, for a packed
