@@ -299,7 +299,10 @@ fixture::Bytes ChartFile() {
       .SetI32(fixture::setup::kBlackLevel, 0)
       .SetI32(fixture::setup::kWhiteLevel, 4095)
       .SetF32(fixture::setup::kWBView, 1.0f)
-      .SetF32(fixture::setup::kWBView + 4, 1.0f);
+      .SetF32(fixture::setup::kWBView + 4, 1.0f)
+      .SetF32(fixture::setup::kfGain, 1.0f)
+      .SetF32(fixture::setup::kfSaturation, 1.0f)
+      .SetF32(fixture::setup::kfGamma, 1.0f);
   fixture::Bytes px(static_cast<size_t>(kPW) * kPH * 2);
   for (int32_t r = 0; r < kPH; ++r)
     for (int32_t x = 0; x < kPW; ++x) fixture::PutU16(px, (r * kPW + x) * 2, MosaicSample(x, r));
@@ -333,11 +336,6 @@ int CheckPatches(const std::vector<uint8_t> &px, bool topDown) {
 TEST(Picture, RawColourFileInTheViewUseCase) {
   cinetest::Opened o(ChartFile());
   ASSERT_EQ(o.status, 0);
-  ::Setup &s = o.cine->H.Setup;
-  s.fGain = s.fSaturation = s.fGamma = 1.0f;
-  s.fOffset = s.fHue = 0.0f;
-  o.cine->ParamsChanged = 1;
-
   const uint32_t bound = XevGetCineInfo(o.cine, CIS_MaxImageSizeColor);
   ASSERT_EQ(bound, static_cast<uint32_t>(kPW * kPH * 6));
   std::vector<uint8_t> px(bound, 0xEE);
@@ -378,17 +376,10 @@ TEST(Picture, ABufferBelowTheColourBoundIsRefused) {
   EXPECT_GE(XeGetCineImage(o.cine, &two, px.data(), 2 * bound, &h), 0);
 }
 
-}  // namespace
-
-namespace {
-
 TEST(Picture, RawColourFileInTheSaveUseCase) {
   cinetest::Opened o(ChartFile());
   ASSERT_EQ(o.status, 0);
-  ::Setup &s = o.cine->H.Setup;
-  s.fGain = s.fSaturation = s.fGamma = 1.0f;
-  s.fOffset = s.fHue = 0.0f;
-  for (auto &g : s.WBGain) g.R = g.B = 1.0f;
+  for (auto &g : o.cine->H.Setup.WBGain) g.R = g.B = 1.0f;
   // A save to a processed cine: demosaic, no turn for a screen.
   uint32_t fileType = 1;
   ASSERT_EQ(XeSetCineInfo(o.cine, CIS_FileType, &fileType), 0);
@@ -404,10 +395,6 @@ TEST(Picture, RawColourFileInTheSaveUseCase) {
   EXPECT_EQ(std::memcmp(&announced, &h, sizeof h), 0);
   EXPECT_GT(CheckPatches(px, /*topDown=*/false), 60);  // a save keeps the rows bottom-up
 }
-
-}  // namespace
-
-namespace {
 
 TEST(Picture, OnlyQuarterTurnsExchangeTheSize) {
   for (int32_t angle : {90, 180, 45, -90}) {
