@@ -128,37 +128,23 @@ TEST(IntersectRanges, CutsTheRangeAndTellsWhetherItWasWhole) {
 }
 
 TEST(Time64Arithmetic, AddKeepsTheFlagBitsAndSaturates) {
-  Time64 t{3, 100};
-  XefAddSecondsToTime64(&t, 1.5);
-  EXPECT_EQ(uint32_t{t.seconds}, 101u);
-  EXPECT_EQ(uint32_t{t.fractions}, 0x80000003u);
-  XefAddSecondsToTime64(&t, -1.75);
-  EXPECT_EQ(uint32_t{t.seconds}, 99u);
-  EXPECT_EQ(uint32_t{t.fractions}, 0xC0000003u);
-
-  Time64 flagged{0x00000002, 50};
-  XefAddSecondsToTime64(&flagged, 0.25);
-  EXPECT_EQ(uint32_t{flagged.fractions}, 0x40000002u);
-  XefAddSecondsToTime64(&flagged, std::nan(""));
-  EXPECT_EQ(uint32_t{flagged.fractions}, 0x40000002u);
-  EXPECT_EQ(uint32_t{flagged.seconds}, 50u);
-
-  // Steps of more than 2^31 seconds stay inside the scale and are exact.
-  Time64 far{3, 1000};
-  XefAddSecondsToTime64(&far, 3e9);
-  EXPECT_EQ(uint32_t{far.seconds}, 3000001000u);
-  XefAddSecondsToTime64(&far, -3e9);
-  EXPECT_EQ(uint32_t{far.seconds}, 1000u);
-  EXPECT_EQ(uint32_t{far.fractions}, 3u);
-
-  Time64 high{1, 0xFFFFFFF0u};
-  XefAddSecondsToTime64(&high, 1e12);
-  EXPECT_EQ(uint32_t{high.seconds}, 0xFFFFFFFFu);
-  EXPECT_EQ(uint32_t{high.fractions}, 0xFFFFFFFDu);
-  Time64 low{2, 10};
-  XefAddSecondsToTime64(&low, -11.0);
-  EXPECT_EQ(uint32_t{low.seconds}, 0u);
-  EXPECT_EQ(uint32_t{low.fractions}, 2u);
+  struct Case { uint32_t fractions, seconds; double add; uint32_t outFractions, outSeconds; };
+  const Case cases[] = {
+      {3, 100, 1.5, 0x80000003u, 101},
+      {0x80000003u, 101, -1.75, 0xC0000003u, 99},
+      {2, 50, 0.25, 0x40000002u, 50},
+      {0x40000002u, 50, std::nan(""), 0x40000002u, 50},  // not a number: unchanged
+      {3, 1000, 3e9, 3, 3000001000u},                     // beyond 2^31 seconds, exact
+      {3, 3000001000u, -3e9, 3, 1000},
+      {1, 0xFFFFFFF0u, 1e12, 0xFFFFFFFDu, 0xFFFFFFFFu},   // saturates at the top
+      {2, 10, -11.0, 2, 0},                               // and at 0
+  };
+  for (const Case &k : cases) {
+    Time64 t{k.fractions, k.seconds};
+    XefAddSecondsToTime64(&t, k.add);
+    EXPECT_EQ(uint32_t{t.fractions}, k.outFractions) << k.seconds << " + " << k.add;
+    EXPECT_EQ(uint32_t{t.seconds}, k.outSeconds) << k.seconds << " + " << k.add;
+  }
 }
 
 TEST(Time64Arithmetic, DifferenceIgnoresTheFlagBits) {
