@@ -13,10 +13,12 @@
 namespace faults {
 
 // Fails with ENOSPC each write to the file at `path` for which `fails`
-// answers true, given the file position and the byte count of the write.
+// answers true, given the file position and the byte count of the write;
+// `written` (may be empty) hears of each write to it that went through.
 // Set before a save and cleared after it (the save's threads end inside).
 struct FailingWrites {
-  FailingWrites(const std::string &path, std::function<bool(int fd, off_t at, size_t n)> fails);
+  FailingWrites(const std::string &path, std::function<bool(int fd, off_t at, size_t n)> fails,
+                std::function<void(size_t n)> written = nullptr);
   ~FailingWrites();
   FailingWrites(const FailingWrites &) = delete;
   FailingWrites &operator=(const FailingWrites &) = delete;
