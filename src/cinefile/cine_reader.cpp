@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "cinefile/image_geometry.h"
 #include "cinefile/setup_load.h"
 #include "cinefile/time1_block.h"
 #include "companions/int/dib.h"
@@ -91,6 +92,18 @@ int32_t ReadCineFile(FileHandle fd, const char *path, const CineFileHeader &head
   if (fileSize < 0 || needed > static_cast<uint64_t>(fileSize))
     return Fail(XE_ERR_FILE_READ, nullptr, out);
 
+  // A geometry whose images cannot be delivered, or whose one image is
+  // larger than the whole file, is a header that does not describe the file:
+  // refused before anything is sized from it.
+  BitmapInfoHeader bmih{};
+  Merge(status, XefFileSeek32(fd, header.OffImageHeader));
+  Merge(status, XefFileRead(fd, &bmih, sizeof bmih));
+  if (status < 0) return Fail(status, nullptr, out);
+  if (!GeometryDeliverable(bmih) ||
+      (!headerFile && header.ImageCount > 0 &&
+       !OneImageFits(bmih, header.Compression, static_cast<uint64_t>(fileSize))))
+    return Fail(XE_ERR_FILE_READ, nullptr, out);
+
   Cine *c = AllocateCine(tailBytes);
   if (!c) return AllocationFailure(out);
 
@@ -102,8 +115,7 @@ int32_t ReadCineFile(FileHandle fd, const char *path, const CineFileHeader &head
   RepairTriggerTime(&h.TriggerTime, setup.CameraVersion, setup.SoftwareVersion);
 
   BitmapInfoHeader &b = c->H.Bmih;
-  Merge(status, XefFileSeek32(fd, header.OffImageHeader));
-  Merge(status, XefFileRead(fd, &b, sizeof b));
+  b = bmih;
   b.biSizeImage = intl::XefPixarSize(&b);
   SetGreyLevels(&b, setup.RealBPP);
 
@@ -133,6 +145,9 @@ int32_t ReadCineFile(FileHandle fd, const char *path, const CineFileHeader &head
           std::memcpy(offsets + 8ull * i, &v64, 8);
         }
       }
+      if (status >= 0 && header.ImageCount > 0 &&
+          !SomeImageInFile(offsets, header.ImageCount, static_cast<uint64_t>(fileSize)))
+        Merge(status, XE_ERR_FILE_READ);
     }
   }
   h.Version = 1;
