@@ -52,12 +52,15 @@ void ReadPages(const BitmapInfoHeader &first, bool firstRead) {
   if (XeGetCineInfo(c, CIS_MaxImageSizeColor, &one) >= 0 && one > 0) {
     std::vector<uint8_t> pixels(uint64_t{one} * kPages);
     ImageHeader h;
-    XeSetUseCase(c, 3);
-    ImageRange all{0, kPages};
-    XeGetCineImage(c, &all, pixels.data(), static_cast<uint32_t>(pixels.size()), &h);
-    XeSetUseCase(c, 1);
-    ImageRange last{static_cast<int32_t>(kPages - 2), 1};
-    XeGetCineImage(c, &last, pixels.data(), one, &h);
+    for (uint32_t useCase : {3u, 1u}) {
+      XeSetUseCase(c, useCase);
+      ImageRange all{0, kPages};
+      XeGetCineImage(c, &all, pixels.data(), static_cast<uint32_t>(pixels.size()), &h);
+      // The last page alone, into a buffer of exactly one image.
+      std::vector<uint8_t> single(one);
+      ImageRange last{static_cast<int32_t>(kPages - 2), 1};
+      XeGetCineImage(c, &last, single.data(), one, &h);
+    }
   }
   XeDestroyCine(c);
 }

@@ -27,3 +27,9 @@ cmake --build build-asan -j "$jobs"
 cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug -DXEFILE_TSAN=ON
 cmake --build build-tsan -j "$jobs" --target saving_tests
 TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/saving_tests --gtest_filter='SaveTest.*'
+
+# The fuzz harnesses of fuzz/, each for 60 seconds after the kept inputs,
+# when clang is there.
+if command -v clang++ >/dev/null; then
+  scripts/fuzz.sh 60
+fi
