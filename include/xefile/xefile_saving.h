@@ -108,7 +108,9 @@ XEFILE_API void XefFormatRangeData(CineHandle cine, int32_t imageNo, uint32_t mo
  *
  *   XeCineWriterParams p = {0};
  *   p.Setup = &setup;              (FrameRate, CFA, RealBPP, signals, ...)
- *   p.Bmih = bmih;                 (biWidth, biHeight, biBitCount 8/16/24/48)
+ *   p.Bmih = bmih;                 (biWidth, biHeight, biBitCount 8/16/24/48;
+ *                                   packed 10-bit: biBitCount 16, biCompression
+ *                                   XE_BI_PACKED, biClrImportant 1024)
  *   p.FirstImageNo = -100;         (images before the trigger are negative)
  *   p.TriggerTime = trigger;
  *   XefCineWriterOpen("out.cine", &p, &w);
@@ -147,8 +149,10 @@ typedef struct XeCineImageExtra {
 XEFILE_API int32_t XefCineWriterOpen(const char *path, const XeCineWriterParams *params,
                                      CineWriterHandle *out);
 /* Appends the next image: biSizeImage bytes of pixels, rows bottom-up padded
- * to 4 bytes. `time` may be null: the trigger time plus the image's place at
- * the Setup's FrameRate. XE_ERR_NOT_SUPPORTED past MaxImages. */
+ * to 4 bytes (packed: one stream of 10-bit samples, four in five bytes, most
+ * significant bit first, rows without padding). `time` may be null: the
+ * trigger time plus the image's place at the Setup's FrameRate.
+ * XE_ERR_NOT_SUPPORTED past MaxImages. */
 XEFILE_API int32_t XefCineWriterAddImage(CineWriterHandle writer, const uint8_t *pixels,
                                          const Time64 *time, uint32_t exposure,
                                          const XeCineImageExtra *extra);

@@ -55,7 +55,10 @@ int32_t WriteAt(FileHandle f, uint64_t pos, const void *data, uint32_t size) {
 }
 
 bool ValidHeader(const BitmapInfoHeader &b, uint16_t compression, const Setup &s) {
-  if (b.biWidth <= 0 || b.biHeight <= 0 || b.biCompression != 0) return false;
+  if (b.biWidth <= 0 || b.biHeight <= 0) return false;
+  // Packed 10-bit samples stand for a 16-bit gray or mosaic image.
+  const bool packed = intl::XefIsPacked(&b);
+  if ((b.biCompression != 0 && !packed) || (packed && b.biBitCount != 16)) return false;
   if (b.biBitCount != 8 && b.biBitCount != 16 && b.biBitCount != 24 && b.biBitCount != 48) return false;
   if (compression == XE_COMPRESSION_RAW)
     return s.CFA != 0 && (b.biBitCount == 8 || b.biBitCount == 16);
