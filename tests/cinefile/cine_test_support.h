@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "cinefile/tagged_blocks.h"
@@ -28,6 +30,36 @@ struct Opened {
   CineHandle cine = nullptr;
   int32_t status = 0;
 };
+
+// A cine opened from a file at a path, such as the output of a save.
+struct OpenedPath {
+  explicit OpenedPath(const std::string &path) { status = XeNewCineFromFile(path.c_str(), &cine); }
+  ~OpenedPath() { XeDestroyCine(cine); }
+  OpenedPath(const OpenedPath &) = delete;
+  OpenedPath &operator=(const OpenedPath &) = delete;
+
+  CineHandle cine = nullptr;
+  int32_t status = 0;
+};
+
+// `count` images from `first` as the chain of `useCase` delivers them, one
+// after another at the size of the header delivered.
+inline fixture::Bytes Images(CineHandle c, int32_t first, uint32_t count, uint32_t useCase) {
+  EXPECT_EQ(XeSetUseCase(c, useCase), 0);
+  const uint32_t one = XevGetCineInfo(c, CIS_MaxImageSizeColor);
+  fixture::Bytes px(uint64_t{one} * count);
+  ImageRange r{first, count};
+  ImageHeader h{};
+  EXPECT_GE(XeGetCineImage(c, &r, px.data(), static_cast<uint32_t>(px.size()), &h), 0);
+  px.resize(uint64_t{h.biSizeImage} * count);
+  return px;
+}
+
+// The bytes of a file as they are now.
+inline fixture::Bytes FileBytes(const std::string &path) {
+  std::ifstream in(path, std::ios::binary);
+  return fixture::Bytes(std::istreambuf_iterator<char>(in), {});
+}
 
 using LogCapture = testsupport::LogToFile;
 

@@ -3,12 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
-#include "fixtures/cine_builder.h"
+#include "cinefile/cine_test_support.h"
 #include "xefile/xefile.h"
 
 namespace {
@@ -43,12 +41,7 @@ struct Written {
   }
 };
 
-struct Opened {
-  CineHandle cine = nullptr;
-  int32_t status;
-  explicit Opened(const std::string &path) { status = XeNewCineFromFile(path.c_str(), &cine); }
-  ~Opened() { XeDestroyCine(cine); }
-};
+using Opened = cinetest::OpenedPath;
 
 uint32_t Count(CineHandle c) {
   uint32_t n = 0;
@@ -56,17 +49,8 @@ uint32_t Count(CineHandle c) {
   return n;
 }
 
-std::vector<uint8_t> Raw(CineHandle c, int32_t image) {
-  XeSetUseCase(c, 3);
-  uint32_t size = 0;
-  XeGetCineInfo(c, CIS_MaxImageSizeColor, &size);
-  std::vector<uint8_t> px(size);
-  ImageRange r{image, 1};
-  ImageHeader h{};
-  EXPECT_GE(XeGetCineImage(c, &r, px.data(), size, &h), 0);
-  px.resize(h.biSizeImage);
-  return px;
-}
+// One image as stored.
+std::vector<uint8_t> Raw(CineHandle c, int32_t image) { return cinetest::Images(c, image, 1, 3); }
 
 TEST(CineStreamWriter, ReadableAfterEveryImageAndCompactWhenClosed) {
   fixture::TempDir dir;
@@ -83,9 +67,7 @@ TEST(CineStreamWriter, ReadableAfterEveryImageAndCompactWhenClosed) {
     Time64 t{i << 2, 1700000000};
     ASSERT_EQ(XefCineWriterAddImage(w, in.Image(i), i == 4 ? nullptr : &t, 100 + i, &extra), 0);
     // The writer holds the file alone; a copy shows what a reader would see.
-    std::ifstream src(path, std::ios::binary);
-    fixture::Bytes bytes((std::istreambuf_iterator<char>(src)), {});
-    fixture::TempFile now(bytes);
+    fixture::TempFile now(cinetest::FileBytes(path));
     Opened o(now.path());
     ASSERT_GE(o.status, 0) << i;
     EXPECT_EQ(Count(o.cine), i + 1);
@@ -116,9 +98,7 @@ TEST(CineStreamWriter, ReadableAfterEveryImageAndCompactWhenClosed) {
   EXPECT_EQ(t.seconds, 1700000000u);
   EXPECT_NEAR(t.fractions / 4294967296.0, 0.002, 1e-6);
   // Closed, the blocks hold just the five images: 5 x (8+4+1+4+6+8) + 6 x 8.
-  std::ifstream f(path, std::ios::binary);
-  fixture::Bytes bytes((std::istreambuf_iterator<char>(f)), {});
-  EXPECT_EQ(fixture::GetU32(bytes, 32), 7324u + 5 * 31 + 6 * 8);
+  EXPECT_EQ(fixture::GetU32(cinetest::FileBytes(path), 32), 7324u + 5 * 31 + 6 * 8);
 }
 
 TEST(CineStreamWriter, RefusesWhatTheFormatCannotHold) {

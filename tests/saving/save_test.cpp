@@ -52,24 +52,8 @@ Bytes Recording(bool colour = true, bool timecode = false) {
   return b.Build();
 }
 
-struct Saved {
-  CineHandle cine = nullptr;
-  int32_t status = 0;
-  explicit Saved(const std::string &path) { status = XeNewCineFromFile(path.c_str(), &cine); }
-  ~Saved() { XeDestroyCine(cine); }
-};
-
-std::vector<uint8_t> Images(CineHandle c, int32_t first, uint32_t count, uint32_t useCase) {
-  EXPECT_EQ(XeSetUseCase(c, useCase), 0);
-  uint32_t one = 0;
-  EXPECT_EQ(XeGetCineInfo(c, CIS_MaxImageSizeColor, &one), 0);
-  std::vector<uint8_t> pixels(uint64_t{one} * count);
-  ImageRange r{first, count};
-  ImageHeader h{};
-  EXPECT_GE(XeGetCineImage(c, &r, pixels.data(), static_cast<uint32_t>(pixels.size()), &h), 0);
-  pixels.resize(uint64_t{h.biSizeImage} * count);
-  return pixels;
-}
+using Saved = cinetest::OpenedPath;
+using cinetest::Images;
 
 std::vector<uint8_t> Aux(CineHandle c, int32_t image, uint32_t tag, uint32_t size) {
   std::vector<uint8_t> v(size);
@@ -84,11 +68,6 @@ std::pair<int32_t, uint32_t> Stored(CineHandle c) {
   XeGetCineInfo(c, CIS_FirstImageNo, &first);
   XeGetCineInfo(c, CIS_ImageCount, &count);
   return {first, count};
-}
-
-Bytes ReadFile(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(in), {});
 }
 
 class SaveTest : public ::testing::Test {
@@ -110,7 +89,7 @@ TEST_F(SaveTest, SavingThreadWritesTheSameBytes) {
     ASSERT_EQ(Save(src.cine, Out("a.cine"), type), 0);
     con::XefSetRegistryVal("SaveNoThread", "1");
     ASSERT_EQ(Save(src.cine, Out("b.cine"), type), 0);
-    EXPECT_EQ(ReadFile(Out("a.cine")), ReadFile(Out("b.cine"))) << type;
+    EXPECT_EQ(cinetest::FileBytes(Out("a.cine")), cinetest::FileBytes(Out("b.cine"))) << type;
   }
   con::XefSetRegistryVal("SaveNoThread", "0");
 }
@@ -135,7 +114,7 @@ TEST_F(SaveTest, StoppedSaveLeavesAFileWithTheImagesWritten) {
     EXPECT_EQ(Stored(out.cine), std::make_pair(kFirst, 3u));
     EXPECT_EQ(Images(out.cine, kFirst, 3, 3), Images(src.cine, kFirst, 3, 3));
     // The table keeps the slots of the whole range.
-    Bytes bytes = ReadFile(Out("stopped.cine"));
+    Bytes bytes = cinetest::FileBytes(Out("stopped.cine"));
     uint32_t table = fixture::GetU32(bytes, 32);
     EXPECT_GE(bytes.size(), table + 10 * 8);
   }
@@ -157,7 +136,7 @@ TEST_F(SaveTest, RangeOutsideTheCineGivesAnEmptyValidFile) {
 TEST_F(SaveTest, GrayCinesSaveProcessedAndRefuseDng) {
   cinetest::Opened src(Recording(false));
   ASSERT_EQ(Save(src.cine, Out("gray.cine"), 0), 0);
-  Bytes bytes = ReadFile(Out("gray.cine"));
+  Bytes bytes = cinetest::FileBytes(Out("gray.cine"));
   EXPECT_EQ(fixture::GetU16(bytes, 4), 0);  // Compression of a processed cine
   EXPECT_EQ(Save(src.cine, Out("gray!3.dng"), -26), XE_ERR_NOT_SUPPORTED);
   EXPECT_EQ(XefIsFileOrDirectory(Out("gray000.dng").c_str()), 0);
