@@ -156,10 +156,8 @@ TEST_F(CliTest, ConvertedRangesReadBack) {
 
 TEST_F(CliTest, BadInputsGiveOneLineAndNonZero) {
   const std::string file = Recording(Path("rec.cine"));
-  std::ofstream(Path("text.cine")) << "not a cine\n";
-  ExpectOneLineFailure(Tool({"info", Path("text.cine")}), "not a cine file: -");
-  ExpectOneLineFailure(Tool({"info", dir.path()}), "is a directory: -2012");
-  ExpectOneLineFailure(Tool({"times", Path("missing.cine")}), "-2012");
+  ExpectOneLineFailure(Tool({"info", dir.path()}), ": is a directory");
+  ExpectOneLineFailure(Tool({"times", Path("missing.cine")}), "No such file or directory");
   ExpectOneLineFailure(Tool({"extract", file, "-i", "99", "-o", Path("x.ppm")}), "-2004");
   EXPECT_FALSE(fs::exists(Path("x.ppm")));
   ExpectOneLineFailure(Tool({"convert", file, Path("x.cine"), "--to", "tiff17"}), "-2018");
@@ -187,8 +185,6 @@ TEST_F(CliTest, SearchAnswersAsTheLibrary) {
   EXPECT_EQ(r.out.rfind("image 3 ", 0), 0u) << r.out;
   r = Tool({"search", file, "--backward", "--event", "1"});
   EXPECT_EQ(r.out.rfind("image 2 ", 0), 0u) << r.out;
-  ExpectOneLineFailure(Tool({"search", file, "--from", "3"}), "2010");
-  ExpectOneLineFailure(Tool({"search", file, "--from", "6"}), "2010");
 }
 
 TEST_F(CliTest, DemoMakesARecordingThatInfoDescribes) {

@@ -1,32 +1,17 @@
-// The library's start and stop, and cines opened from files with a clear
-// word on why a path does not open.
+// The library's start and stop, cines opened from files, and the texts of
+// image ranges and counts.
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
 #include <cstring>
 
 #include "tool.h"
 
 namespace xetool {
-namespace {
-
-// Why `path` cannot be a cine, as far as the file system tells.
-std::string ReasonNotOpened(const std::string &path) {
-  struct stat st {};
-  if (stat(path.c_str(), &st) != 0) return std::strerror(errno);
-  if (S_ISDIR(st.st_mode)) return "is a directory";
-  if (access(path.c_str(), R_OK) != 0) return std::strerror(errno);
-  if (!S_ISREG(st.st_mode)) return "not a regular file";
-  return "not a cine file";
-}
-
-}  // namespace
-
 Library::Library() {
   int32_t status = XeStartXeFile();
+  LibraryStarted();
   if (status < 0) {
     XeStopXeFile();
     Fail("the library did not start", status);
@@ -44,7 +29,7 @@ OpenCine::OpenCine(const std::string &path) : path_(path) {
   if (status < 0 || !cine_) {
     if (cine_) XeDestroyCine(cine_);
     cine_ = nullptr;
-    Fail(path + ": " + ReasonNotOpened(path), status < 0 ? status : XE_ERR_FILE_OPEN);
+    FailWith(OpenFailureText(path, status < 0 ? status : XE_ERR_FILE_OPEN));
   }
   XeGetCineInfo(cine_, CIS_PtrSetup, &setup_);
   XeGetCineInfo(cine_, CIS_PtrHeader, &header_);
@@ -99,10 +84,14 @@ ImageSpan ParseRange(const std::string &text, const OpenCine &c) {
   return span;
 }
 
+std::string Count(uint64_t n, const std::string &noun) {
+  return std::to_string(n) + " " + noun + (n == 1 ? "" : "s");
+}
+
 std::string RangeText(int64_t first, uint32_t count) {
   if (count == 0) return "none";
   return std::to_string(first) + " to " + std::to_string(first + count - 1) + " (" +
-         std::to_string(count) + (count == 1 ? " image)" : " images)");
+         Count(count, "image") + ")";
 }
 
 namespace {

@@ -23,21 +23,6 @@ struct ConvertOptions {
   bool depth16 = false, depth8 = false, xml = false, stampTime = false;
 };
 
-// A still-image save writes a file per image: a name without an image
-// number token gets one before its extension.
-std::string NumberedPattern(const std::string &path, uint32_t count) {
-  for (size_t i = 0; i + 1 < path.size(); ++i)
-    if ((path[i] == '!' || path[i] == '+') && path[i + 1] >= '0' && path[i + 1] <= '9') return path;
-  if (count <= 1) return path;
-  const int digits = std::max(4, static_cast<int>(std::to_string(count).size()));
-  const size_t slash = path.find_last_of('/');
-  size_t dot = path.find_last_of('.');
-  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) dot = path.size();
-  std::string out = path.substr(0, dot) + "_+" + std::to_string(std::min(digits, 9)) + path.substr(dot);
-  std::fprintf(stderr, "xefile: note: one file per image, named %s\n", out.c_str());
-  return out;
-}
-
 std::string ExpandedName(CineHandle cine, int32_t image) {
   std::vector<char> name(XE_MAX_PATH, '\0');
   XefExpandFileName(cine, image, name.data());

@@ -1,7 +1,8 @@
 // xefile demo: a realistic recording made with the library's streaming
-// writer. A 12-bit raw colour scene (or gray with --gray): colour bars that
-// scroll, a gray ramp and a ball that swings across, seen through the colour
-// filters of pattern 1 with a little sensor noise; the trigger in the
+// writer. A raw colour scene (or gray): colour bars that scroll, a gray ramp
+// and a ball that swings across, seen through the colour filters of the
+// chosen pattern (--cfa) at the chosen depth (--bits, 10-bit packed with
+// --packed) with a little sensor noise; the trigger in the
 // middle; per-image times with a few microseconds of jitter and the event
 // input active for a tenth of the recording from the trigger; exposures; two
 // analog and four binary signal channels; antenna angles as range data; and
@@ -24,8 +25,11 @@ namespace {
 
 constexpr uint32_t kRate = 1000;           // images per second
 constexpr uint32_t kShutterNs = 500000;    // 500 us
-constexpr uint32_t kBits = 12;
-constexpr uint32_t kWhite = (1u << kBits) - 1;
+// The scene is drawn in 12-bit values and scaled to the depth asked for.
+constexpr double kSceneWhite = 4095.0;
+// 72 dots per inch, in pixels per metre: what image tools assume of a
+// picture without another size.
+constexpr int32_t kPelsPerMeter = 2835;
 constexpr uint32_t kTimecodeRate = 30;
 constexpr double kTwoTo32 = 4294967296.0;
 constexpr double kPi = 3.14159265358979323846;
@@ -35,6 +39,9 @@ struct DemoOptions {
   uint32_t frames = 200;
   std::string size = "320x240";
   bool gray = false;
+  uint32_t cfa = 1;
+  uint32_t bits = 12;
+  bool packed = false;
 };
 
 // A small deterministic generator for the noise and the jitter.
@@ -69,15 +76,33 @@ Rgb Scene(int32_t x, int32_t y, uint32_t k, int32_t w, int32_t h) {
     const int64_t shifted = ((x - 2 * int64_t{k}) % w + w) % w;  // two pixels per image
     return kBars[shifted * 8 / w];
   }
-  const double v = double{kWhite} * x / std::max(1, w - 1);
+  const double v = kSceneWhite * x / std::max(1, w - 1);
   return {v, v, v};
 }
 
-// The sample under the filter of pattern 1 (G B R G / R G G B from the top
-// row of the picture) at picture pixel (x, y).
-double Filtered(const Rgb &c, int32_t x, int32_t y) {
-  static const char kPattern[2][4] = {{'G', 'B', 'R', 'G'}, {'R', 'G', 'G', 'B'}};
-  switch (kPattern[y % 2][x % 4]) {
+// The colour filter patterns by CFA code, in picture coordinates from the top
+// row: codes 1 and 2 repeat every four columns, the Bayer patterns 3 and 4
+// every two.
+constexpr const char *kPatterns[5][2] = {{"", ""},
+                                         {"GBRG", "RGGB"},
+                                         {"BGGR", "GRBG"},
+                                         {"GBGB", "RGRG"},
+                                         {"RGRG", "GBGB"}};
+
+std::string PatternText(uint32_t cfa) {
+  if (cfa == 0) return "gray";
+  const char *top = kPatterns[cfa][0], *bottom = kPatterns[cfa][1];
+  const size_t n = cfa <= 2 ? 4 : 2;
+  std::string text = "filter pattern " + std::to_string(cfa) + ", ";
+  for (size_t i = 0; i < n; ++i) text += std::string(i ? " " : "") + top[i];
+  text += " / ";
+  for (size_t i = 0; i < n; ++i) text += std::string(i ? " " : "") + bottom[i];
+  return text;
+}
+
+// The sample under the filter of pattern `cfa` at picture pixel (x, y).
+double Filtered(const Rgb &c, uint32_t cfa, int32_t x, int32_t y) {
+  switch (kPatterns[cfa][y % 2][x % 4]) {
     case 'R': return c.r;
     case 'B': return c.b;
     default: return c.g;
@@ -115,7 +140,8 @@ void PutText(char *field, size_t size, const char *text) {
   std::strncpy(field, text, size - 1);
 }
 
-Setup DemoSetup(uint32_t width, uint32_t height, uint32_t frames, bool gray, const Time64 &trigger) {
+Setup DemoSetup(uint32_t width, uint32_t height, uint32_t frames, const DemoOptions &o,
+                const Time64 &trigger) {
   Setup s;
   std::memset(&s, 0, sizeof s);
   s.TrigFrame = 0;  // the camera's own clock
@@ -131,18 +157,18 @@ Setup DemoSetup(uint32_t width, uint32_t height, uint32_t frames, bool gray, con
   s.Shutter = kShutterNs / 1000;
   s.ShutterNs = kShutterNs;
   s.PostTrigger = frames - frames / 2;
-  s.bEnableColor = gray ? 0 : 1;
-  s.CFA = gray ? 0 : 1;
-  s.RealBPP = kBits;
+  s.bEnableColor = o.cfa ? 1 : 0;
+  s.CFA = o.cfa;
+  s.RealBPP = o.bits;
   s.BlackLevel = 0;
-  s.WhiteLevel = static_cast<int32_t>(kWhite);
+  s.WhiteLevel = static_cast<int32_t>((1u << o.bits) - 1);
   for (WBGAIN &g : s.WBGain) g = WBGAIN{1.0f, 1.0f};
   s.WBView = WBGAIN{1.0f, 1.0f};
   s.fGain = 1.0f;
   s.fGamma = 1.0f;
   s.Gamma = 100;
   s.fSaturation = 1.0f;
-  s.fGain16_8 = 16.0f;  // the 12 bits onto 0..255
+  s.fGain16_8 = static_cast<float>(1u << (o.bits - 8));  // the samples onto 0..255
   for (uint32_t &serial : s.HeadSerial) serial = 0xFFFFFFFFu;
   s.HeadSerial[0] = 21871;
   const time_t t = static_cast<time_t>(trigger.seconds);
@@ -190,13 +216,51 @@ struct Writer {
   }
 };
 
-void RunDemo(const DemoOptions &o) {
+// One image of samples in memory order (rows bottom-up) as the writer takes
+// it: 8-bit, or 16-bit little-endian samples, rows padded to 4 bytes; or the
+// packed 10-bit stream: four samples in five bytes, most significant bit
+// first, rows without padding.
+void StoreImage(const std::vector<uint16_t> &samples, uint32_t width, const DemoOptions &o,
+                std::vector<uint8_t> *out) {
+  if (o.packed) {
+    uint64_t acc = 0;
+    unsigned held = 0;
+    size_t at = 0;
+    for (const uint16_t v : samples) {
+      acc = (acc << 10 | (v & 1023u)) & 0xFFFFF;  // at most 17 bits are held
+      held += 10;
+      while (held >= 8) {
+        held -= 8;
+        (*out)[at++] = static_cast<uint8_t>(acc >> held);
+      }
+    }
+    if (held) (*out)[at] = static_cast<uint8_t>(acc << (8 - held));
+    return;
+  }
+  const uint32_t bytes = o.bits == 8 ? 1 : 2;
+  const uint64_t stride = (uint64_t{width} * bytes + 3) / 4 * 4;
+  for (size_t i = 0; i < samples.size(); ++i) {
+    uint8_t *p = out->data() + i / width * stride + i % width * bytes;
+    p[0] = static_cast<uint8_t>(samples[i]);
+    if (bytes == 2) p[1] = static_cast<uint8_t>(samples[i] >> 8);
+  }
+}
+
+std::string DepthText(const DemoOptions &o) {
+  return std::to_string(o.bits) + "-bit " + (o.packed ? "packed " : "") +
+         (o.cfa ? "raw colour (" + PatternText(o.cfa) + ")" : std::string("gray"));
+}
+
+void RunDemo(DemoOptions o) {
   unsigned width = 0, height = 0;
   int used = 0;
   if (std::sscanf(o.size.c_str(), "%ux%u%n", &width, &height, &used) != 2 ||
       static_cast<size_t>(used) != o.size.size() || width < 16 || height < 16 || width > 8192 ||
       height > 8192)
     FailWith("--size " + o.size + ": give WxH, each 16 to 8192", kExitUsage);
+  if (o.packed && o.bits != 10)
+    FailWith("--packed: packed samples are 10-bit; give --bits 10 with it", kExitUsage);
+  if (o.gray) o.cfa = 0;
   Library lib;
 
   const auto now = std::chrono::system_clock::now().time_since_epoch();
@@ -205,7 +269,7 @@ void RunDemo(const DemoOptions &o) {
   trigger.seconds = static_cast<uint32_t>(us / 1000000);
   trigger.fractions = (static_cast<uint32_t>(static_cast<double>(us % 1000000) * kTwoTo32 / 1e6) & ~3u) | 1u;
   const int32_t firstImage = -static_cast<int32_t>(o.frames / 2);
-  const Setup setup = DemoSetup(width, height, o.frames, o.gray, trigger);
+  const Setup setup = DemoSetup(width, height, o.frames, o, trigger);
 
   XeCineWriterParams p{};
   p.Setup = &setup;
@@ -213,9 +277,11 @@ void RunDemo(const DemoOptions &o) {
   p.Bmih.biWidth = static_cast<int32_t>(width);
   p.Bmih.biHeight = static_cast<int32_t>(height);
   p.Bmih.biPlanes = 1;
-  p.Bmih.biBitCount = 16;
-  p.Bmih.biClrImportant = 1u << kBits;
-  p.Compression = o.gray ? XE_COMPRESSION_GRAY_COLOR : XE_COMPRESSION_RAW;
+  p.Bmih.biBitCount = o.bits == 8 ? 8 : 16;
+  p.Bmih.biCompression = o.packed ? XE_BI_PACKED : 0;
+  p.Bmih.biClrImportant = o.bits == 8 ? 0 : 1u << o.bits;
+  p.Bmih.biXPelsPerMeter = p.Bmih.biYPelsPerMeter = kPelsPerMeter;
+  p.Compression = o.cfa ? XE_COMPRESSION_RAW : XE_COMPRESSION_GRAY_COLOR;
   p.Timecode = 1;
   p.FirstImageNo = firstImage;
   p.TriggerTime = trigger;
@@ -224,8 +290,11 @@ void RunDemo(const DemoOptions &o) {
   int32_t status = XefCineWriterOpen(o.out.c_str(), &p, &w.h);
   if (status < 0 || !w.h) Fail(o.out + ": cannot be created", status < 0 ? status : XE_ERR_FILE_OPEN);
 
-  const uint64_t stride = (uint64_t{width} * 16 + 31) / 32 * 4;
-  std::vector<uint8_t> pixels(stride * height, 0);
+  const double white = static_cast<double>((1u << o.bits) - 1);
+  const double toDepth = white / kSceneWhite;
+  std::vector<uint16_t> samples(uint64_t{width} * height);
+  const uint64_t stride = (uint64_t{width} * (o.bits == 8 ? 1 : 2) + 3) / 4 * 4;
+  std::vector<uint8_t> pixels(o.packed ? (samples.size() * 10 + 7) / 8 : stride * height, 0);
   Noise noise;
   const uint32_t eventImages = std::max(1u, o.frames / 10);
   for (uint32_t k = 0; k < o.frames; ++k) {
@@ -233,18 +302,16 @@ void RunDemo(const DemoOptions &o) {
     // Rows are stored bottom-up: memory row r is picture row height - 1 - r.
     for (uint32_t r = 0; r < height; ++r) {
       const int32_t y = static_cast<int32_t>(height - 1 - r);
-      uint8_t *row = pixels.data() + stride * r;
       for (uint32_t x = 0; x < width; ++x) {
         const Rgb c = Scene(static_cast<int32_t>(x), y, k, static_cast<int32_t>(width),
                             static_cast<int32_t>(height));
-        const double v = o.gray ? 0.299 * c.r + 0.587 * c.g + 0.114 * c.b
-                                : Filtered(c, static_cast<int32_t>(x), y);
-        const double noisy = std::clamp(v + 6.0 * noise.Next(), 0.0, double{kWhite});
-        const auto sample = static_cast<uint16_t>(std::lround(noisy));
-        row[2 * x] = static_cast<uint8_t>(sample & 0xFF);
-        row[2 * x + 1] = static_cast<uint8_t>(sample >> 8);
+        const double v = o.cfa ? Filtered(c, o.cfa, static_cast<int32_t>(x), y)
+                               : 0.299 * c.r + 0.587 * c.g + 0.114 * c.b;
+        const double noisy = std::clamp((v + 6.0 * noise.Next()) * toDepth, 0.0, white);
+        samples[uint64_t{r} * width + x] = static_cast<uint16_t>(std::lround(noisy));
       }
     }
+    StoreImage(samples, width, o, &pixels);
     const bool event = n >= 0 && static_cast<uint32_t>(n) < eventImages;
     // Bit 0: a free-running clock; bit 1: the event input.
     const Time64 time = After(trigger, double(n) / kRate + 3e-6 * noise.Next(), 1u | (event ? 2u : 0u));
@@ -265,9 +332,11 @@ void RunDemo(const DemoOptions &o) {
   status = XefCineWriterClose(w.h);
   w.h = nullptr;
   if (status < 0) Fail(o.out + ": cannot be finished", status);
-  std::printf("%s: %u images (%d to %d), %u x %u, 12-bit %s, %u images/s\n", o.out.c_str(), o.frames,
-              firstImage, firstImage + static_cast<int32_t>(o.frames) - 1, width, height,
-              o.gray ? "gray" : "raw colour (filter pattern 1)", kRate);
+  if (!Quiet())
+    std::printf("%s: %s (%d to %d), %u x %u, %s, %u images/s\n", o.out.c_str(),
+                Count(o.frames, "image").c_str(), firstImage,
+                firstImage + static_cast<int32_t>(o.frames) - 1, width, height, DepthText(o).c_str(),
+                kRate);
 }
 
 }  // namespace
@@ -275,12 +344,21 @@ void RunDemo(const DemoOptions &o) {
 void AddDemoCommand(CLI::App &app) {
   auto o = std::make_shared<DemoOptions>();
   CLI::App *sub = app.add_subcommand(
-      "demo", "Makes a realistic recording: a 12-bit raw colour scene with motion, the trigger\n"
-              "in the middle, per-image times, exposures, signals, range data and timecode.");
+      "demo", "Makes a realistic recording: a raw colour scene with motion, the trigger in the\n"
+              "middle, per-image times, exposures, signals, range data and timecode.");
   sub->add_option("OUT", o->out, "the cine file to write")->required();
   sub->add_option("--frames,-n", o->frames, "number of images")->check(CLI::Range(1u, 1000000u));
   sub->add_option("--size", o->size, "image size WxH");
-  sub->add_flag("--gray", o->gray, "a gray recording instead of a colour mosaic");
+  CLI::Option *gray = sub->add_flag("--gray", o->gray, "a gray recording instead of a colour mosaic");
+  sub->add_option("--cfa", o->cfa,
+                  "colour filter pattern, from the top row: 1 G B R G / R G G B (the default),\n"
+                  "2 B G G R / G R B G, 3 G B / R G, 4 R G / G B (3 and 4 are Bayer patterns);\n"
+                  "0 gray")
+      ->check(CLI::Range(0u, 4u))
+      ->excludes(gray);
+  sub->add_option("--bits", o->bits, "bits per sample: 8, 10, 12 (the default) or 16")
+      ->check(CLI::IsMember({8u, 10u, 12u, 16u}));
+  sub->add_flag("--packed", o->packed, "10-bit samples packed four in five bytes (with --bits 10)");
   sub->callback([o] { RunDemo(*o); });
 }
 

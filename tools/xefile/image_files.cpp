@@ -169,4 +169,21 @@ std::string WriteImageFile(const std::string &path, const ImageHeader &h, const 
   return what;
 }
 
+void VideoFrameBytes(const ImageHeader &h, const uint8_t *pixels, bool topDown, std::vector<uint8_t> *out) {
+  if (!ImageRows::Supported(h.biBitCount))
+    Fail("images of " + std::to_string(h.biBitCount) + " bits cannot be written", XE_ERR_NOT_SUPPORTED);
+  const ImageRows img(h, pixels, topDown);
+  const uint64_t samples = img.rowSamples();
+  out->resize(samples * img.height() * img.outBytes());
+  std::vector<uint16_t> row(samples);
+  uint8_t *p = out->data();
+  for (uint32_t y = 0; y < img.height(); ++y) {
+    img.Row(y, row.data());
+    for (const uint16_t v : row) {
+      *p++ = static_cast<uint8_t>(v);
+      if (img.outBytes() == 2) *p++ = static_cast<uint8_t>(v >> 8);
+    }
+  }
+}
+
 }  // namespace xetool

@@ -1,6 +1,7 @@
-// xefile info: what a user wants to know of a recording, as text or as one
-// JSON object with stable keys. The text is made from the JSON object, so the
-// two always agree.
+// xefile info: what a user wants to know of recordings, as text (a block per
+// file) or as JSON with stable keys (an object, or an array of them for
+// several files). The text is made from the JSON object, so the two always
+// agree. --check reads every image as stored and tells which cannot be read.
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
@@ -8,6 +9,7 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 #include "tool.h"
 
@@ -17,9 +19,12 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 struct InfoOptions {
-  std::string file;
+  std::vector<std::string> files;
   bool json = false;
+  bool check = false;
 };
+
+constexpr uint32_t kUseCaseRaw = 3;
 
 const char *CompressionName(uint32_t c) {
   switch (c) {
@@ -193,6 +198,42 @@ Json Recording(const OpenCine &c) {
   return j;
 }
 
+// Reads every stored image as stored, one at a time. Runs of images that
+// fail with the same status are one entry of "failures".
+Json CheckImages(const OpenCine &c) {
+  CineHandle cine = c.get();
+  Json failures = Json::array();
+  uint64_t unreadable = 0;
+  const auto fail = [&](int64_t image, int32_t status) {
+    ++unreadable;
+    if (!failures.empty()) {
+      Json &run = failures.back();
+      if (run["status"] == status && run["last"].get<int64_t>() + 1 == image) {
+        run["last"] = image;
+        return;
+      }
+    }
+    failures.push_back(
+        Json{{"first", image}, {"last", image}, {"status", status}, {"meaning", StatusMeaning(status)}});
+  };
+  int32_t status = XeSetUseCase(cine, kUseCaseRaw);
+  const uint32_t size = XevGetCineInfo(cine, CIS_MaxImageSizeColor);
+  std::vector<uint8_t> pixels;
+  if (status >= 0 && size) pixels.resize(size);
+  for (uint32_t k = 0; k < c.count(); ++k) {
+    const int64_t image = int64_t{c.first()} + k;
+    if (pixels.empty()) {
+      fail(image, status < 0 ? status : XE_ERR_BUFFER_TOO_SMALL);
+      continue;
+    }
+    ImageRange range{static_cast<int32_t>(image), 1};
+    ImageHeader h{};
+    status = XeGetCineImage(cine, &range, pixels.data(), size, &h);
+    if (status < 0) fail(image, status);
+  }
+  return Json{{"images", c.count()}, {"unreadable", unreadable}, {"failures", failures}};
+}
+
 std::string Fixed(double v, int decimals) {
   char text[64];
   std::snprintf(text, sizeof text, "%.*f", decimals, v);
@@ -275,16 +316,73 @@ void PrintText(const Json &j) {
   std::string blocks = Joined(j["blocks"], "none");
   std::replace(blocks.begin(), blocks.end(), '_', ' ');
   Line("tagged blocks", blocks);
+  if (!j.contains("check")) return;
+  const Json &check = j["check"];
+  const uint64_t images = check["images"].get<uint64_t>(), bad = check["unreadable"].get<uint64_t>();
+  if (bad == 0) {
+    Line("check", "all " + Count(images, "image") + " read");
+    return;
+  }
+  Line("check", Count(bad, "image") + " of " + std::to_string(images) + " cannot be read:");
+  for (const Json &run : check["failures"]) {
+    const int64_t first = run["first"].get<int64_t>(), last = run["last"].get<int64_t>();
+    Line("", (first == last ? "image " + std::to_string(first)
+                            : "images " + std::to_string(first) + " to " + std::to_string(last)) +
+                 ": " + StatusText(run["status"].get<int32_t>()));
+  }
 }
 
+// One file's description; the message of a damage --check found, or "".
+std::string Describe(const std::string &file, const InfoOptions &o, Json *all, bool first) {
+  OpenCine c(file);
+  Json j = Recording(c);
+  std::string damaged;
+  if (o.check) {
+    j["check"] = CheckImages(c);
+    if (const uint64_t bad = j["check"]["unreadable"].get<uint64_t>())
+      damaged = file + ": damaged: " + std::to_string(bad) + " of " + Count(c.count(), "image") +
+                " cannot be read";
+  }
+  if (o.json && o.files.size() > 1)
+    all->push_back(std::move(j));
+  else if (o.json)
+    std::printf("%s\n", j.dump(2).c_str());
+  else {
+    if (!first) std::printf("\n");
+    PrintText(j);
+  }
+  return damaged;
+}
+
+// Every file is described; one that does not open is told on standard error
+// and the others still are.
 void RunInfo(const InfoOptions &o) {
   Library lib;
-  OpenCine c(o.file);
-  const Json j = Recording(c);
-  if (o.json)
-    std::printf("%s\n", j.dump(2).c_str());
-  else
-    PrintText(j);
+  Json all = Json::array();
+  uint64_t failed = 0;
+  std::vector<std::string> damaged;
+  bool first = true;
+  for (const std::string &file : o.files) {
+    try {
+      const std::string damage = Describe(file, o, &all, first);
+      if (!damage.empty()) damaged.push_back(damage);
+      first = false;
+    } catch (const Failure &f) {
+      if (o.files.size() == 1) throw;
+      std::fflush(stdout);
+      std::fprintf(stderr, "xefile: %s\n", f.message.c_str());
+      ++failed;
+    }
+  }
+  if (o.json && o.files.size() > 1) std::printf("%s\n", all.dump(2).c_str());
+  std::fflush(stdout);
+  if (failed)
+    FailWith(Count(failed, "file") + " of " + std::to_string(o.files.size()) + " cannot be described");
+  if (damaged.size() == 1) FailWith(damaged[0], kExitDamaged);
+  if (!damaged.empty())
+    FailWith(Count(damaged.size(), "file") + " of " + std::to_string(o.files.size()) +
+                 " hold images that cannot be read",
+             kExitDamaged);
 }
 
 }  // namespace
@@ -292,10 +390,13 @@ void RunInfo(const InfoOptions &o) {
 void AddInfoCommand(CLI::App &app) {
   auto o = std::make_shared<InfoOptions>();
   CLI::App *sub = app.add_subcommand(
-      "info", "What a recording holds: geometry, depth, camera, ranges, times, exposures,\n"
+      "info", "What recordings hold: geometry, depth, camera, ranges, times, exposures,\n"
               "frame intervals, signals, range data and timecode.");
-  sub->add_option("FILE", o->file, "the cine file")->required();
-  sub->add_flag("--json", o->json, "one JSON object with stable keys");
+  sub->add_option("FILE", o->files, "the cine files")->required();
+  sub->add_flag("--json", o->json, "JSON with stable keys: an object, an array for several files");
+  sub->add_flag("--check", o->check,
+                "read every image as stored and list those that cannot be read (a truncated\n"
+                "or damaged file); exit status 4 when there are any");
   sub->callback([o] { RunInfo(*o); });
 }
 

@@ -1,7 +1,7 @@
 // xefile: look into, extract from, convert and make high-speed camera
-// recordings (cines). One binary with subcommands; exit status 0 on
-// success, 1 on a failure, 2 on a usage error and 130 when Ctrl-C stopped a
-// save, always with a one-line message on standard error.
+// recordings (cines). One binary with subcommands; the exit statuses are
+// those of kExitCodes, and every failure says why in one line on standard
+// error.
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
@@ -15,6 +15,17 @@
 #endif
 
 namespace {
+
+constexpr const char *kExitCodes =
+    "Exit status: 0 success; 1 failure; 2 usage error; 3 search found no image;\n"
+    "4 info --check found images that cannot be read; 130 Ctrl-C stopped a save.";
+
+// The first word that is not an option: the subcommand.
+const char *SubcommandWord(int argc, char **argv) {
+  for (int i = 1; i < argc; ++i)
+    if (argv[i][0] != '-') return argv[i];
+  return nullptr;
+}
 
 // CLI11's messages may span lines; the tool's message is one.
 std::string OneLine(std::string text) {
@@ -31,22 +42,28 @@ int main(int argc, char **argv) {
                "xefile"};
   app.set_version_flag("--version", std::string("xefile ") + XEFILE_TOOL_VERSION);
   app.require_subcommand(1, 1);
-  app.fallthrough(false);
+  app.footer(kExitCodes);
+  // The global options may also follow the subcommand.
+  app.fallthrough(true);
+  app.add_flag_callback("--quiet", [] { xetool::SetVerbosity(xetool::Verbosity::kQuiet); },
+                        "no progress and no notes: only results, warnings and errors");
+  app.add_flag_callback("--verbose", [] { xetool::SetVerbosity(xetool::Verbosity::kVerbose); },
+                        "also the library's log, on standard error");
   xetool::AddInfoCommand(app);
   xetool::AddTimesCommand(app);
   xetool::AddExtractCommand(app);
   xetool::AddConvertCommand(app);
   xetool::AddSearchCommand(app);
   xetool::AddDemoCommand(app);
-  if (argc > 1 && argv[1][0] != '-') {
+  if (const char *word = SubcommandWord(argc, argv)) {
     std::string names;
     bool known = false;
     for (const CLI::App *sub : app.get_subcommands([](CLI::App *) { return true; })) {
-      known |= sub->get_name() == argv[1];
+      known |= sub->get_name() == word;
       names += (names.empty() ? "" : ", ") + sub->get_name();
     }
     if (!known) {
-      std::fprintf(stderr, "xefile: unknown subcommand '%s' (one of %s)\n", argv[1], names.c_str());
+      std::fprintf(stderr, "xefile: unknown subcommand '%s' (one of %s)\n", word, names.c_str());
       return xetool::kExitUsage;
     }
   }

@@ -27,9 +27,20 @@ void RunSearch(const SearchOptions &o) {
   const uint32_t direction = o.backward ? kBackward : kForward;
   const int64_t from = o.from ? *o.from : (o.backward ? c.last() : c.first());
   c.RequireImage(from);
-  const std::string start = "image " + std::to_string(from) + (o.backward ? " backward" : " forward");
+  const std::string wanted = o.event == "changed" ? "whose event bit changes"
+                                                  : "whose event bit is " + o.event;
+  // The library does not examine the last image of the direction.
+  const int64_t end = o.backward ? c.first() : c.last();
+  const auto notFound = [&] {
+    const std::string last = o.backward ? "first" : "last";
+    FailWith("no image found " + wanted + (o.backward ? " before" : " after") + " image " +
+                 std::to_string(from) +
+                 (from == end ? " (it is the " + last + " stored image)"
+                              : " (image " + std::to_string(end) + ", the " + last + ", is not examined)"),
+             kExitNotFound);
+  };
   // A forward walk from the last image would look past the recording.
-  if (!o.backward && from == c.last()) Fail("no image after " + start, XE_INFO_SEARCH_AT_END);
+  if (!o.backward && from == c.last()) notFound();
 
   int32_t *current = nullptr;
   XeGetCineInfo(c.get(), CIS_PtrImageRangeFirst, &current);
@@ -38,8 +49,8 @@ void RunSearch(const SearchOptions &o) {
   int32_t found = 0;
   const int32_t status =
       XefCineImageSearch(c.get(), direction, 0, &condition, sizeof condition, &found, nullptr);
-  if (status == XE_INFO_SEARCH_AT_END) Fail("no matching image from " + start, status);
-  if (status != XE_OK) Fail("the search from " + start + " failed", status);
+  if (status == XE_INFO_SEARCH_AT_END) notFound();
+  if (status != XE_OK) Fail("the search from image " + std::to_string(from) + " failed", status);
 
   Time64 t{};
   XefCineImageTime(c.get(), found, &t);
@@ -56,7 +67,7 @@ void AddSearchCommand(CLI::App &app) {
   CLI::App *sub = app.add_subcommand(
       "search", "Finds the next image, after --from, whose event bit is 0, 1 or changes\n"
                 "from that of the start image. The last image of the direction is not\n"
-                "examined. Exit status 1 when none is found.");
+                "examined. Exit status 3 when none is found.");
   sub->add_option("FILE", o->file, "the cine file")->required();
   sub->add_option("--from", o->from, "the start image, not examined itself (default: the first, "
                                      "or with --backward the last stored image)");

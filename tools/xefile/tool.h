@@ -17,7 +17,24 @@ namespace xetool {
 // Exit statuses of the tool.
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
+constexpr int kExitNotFound = 3;  // search: no image meets the condition
+constexpr int kExitDamaged = 4;   // info --check: images of the file cannot be read
 constexpr int kExitInterrupted = 130;
+
+// How much the tool says beside its results, warnings and errors: the
+// global --quiet (no progress, no notes) and --verbose (also the library's
+// log) options.
+enum class Verbosity { kQuiet, kNormal, kVerbose };
+void SetVerbosity(Verbosity v);
+bool Quiet();
+// Called once the library has started (and read its settings).
+void LibraryStarted();
+// Prints "xefile: note: <what>" on standard error unless --quiet.
+void Note(const std::string &what);
+
+// "1 image", "0 images", "2 images": the number and the noun, plural unless
+// the number is 1.
+std::string Count(uint64_t n, const std::string &noun);
 
 // A failure that ends the command: main prints "xefile: <message>" and
 // exits with `exitCode`.
@@ -37,6 +54,12 @@ std::string StatusText(int32_t status);
 [[noreturn]] void FailWith(const std::string &what, int exitCode = kExitFailure);
 // Prints "xefile: warning: <what>: <status> (<meaning>)" on standard error.
 void Warn(const std::string &what, int32_t status);
+
+// "<path>: <why it does not open as a cine>" for a path the library refused
+// with `status`: the file system's reason, "not a cine file: empty", "not a
+// cine file: unknown header (...)", "damaged cine header: image width -5
+// (status -2013)", ...
+std::string OpenFailureText(const std::string &path, int32_t status);
 
 // The library started for the life of the object.
 class Library {
@@ -106,6 +129,15 @@ std::string TimecodeText(const TC &tc);
 // The image's timecode text, or "" when the cine has none for it.
 std::string ImageTimecode(CineHandle cine, int32_t image);
 
+// ---- Output names -------------------------------------------------------------
+// A name for the files of `count` images, one per image: a name with an
+// image number token (!d or +d) stays; another gets "_+N" before its
+// extension when there is more than one image (with a note).
+std::string NumberedPattern(const std::string &path, uint32_t count);
+// The name of image `image` by the save pattern set on the cine (selector
+// CIS_FileName, range by XeSetCineSaveRange); its folder is created.
+std::string ExpandedFileName(CineHandle cine, int32_t image);
+
 // ---- Image files ------------------------------------------------------------
 // True for the extensions WriteImageFile knows (.pgm .ppm .pnm .tif .tiff).
 bool IsImageFileName(const std::string &path);
@@ -115,6 +147,11 @@ bool IsImageFileName(const std::string &path);
 // ("320 x 240, colour, 16 bits per sample"); throws Failure on errors.
 std::string WriteImageFile(const std::string &path, const ImageHeader &h, const uint8_t *pixels,
                            bool topDown);
+
+// One delivered image as a frame of raw video: top row first, red first,
+// 8-bit samples, or 16-bit little-endian ones scaled as WriteImageFile scales
+// them (gray, gray16le, rgb24 or rgb48le).
+void VideoFrameBytes(const ImageHeader &h, const uint8_t *pixels, bool topDown, std::vector<uint8_t> *out);
 
 // ---- Subcommands --------------------------------------------------------------
 void AddInfoCommand(CLI::App &app);

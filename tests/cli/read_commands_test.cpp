@@ -1,0 +1,227 @@
+// The tool's reading side: info of several files and its image check, times
+// as JSON, the exit status of a search that finds nothing, the demo's
+// depths, patterns and packing, extract of ranges and to standard output,
+// what a file that is no cine is called, and --quiet / --verbose.
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cstring>
+#include <map>
+
+#include "cli_support.h"
+
+namespace {
+
+using namespace clitest;
+using Json = nlohmann::json;
+
+// The samples of a PPM/PGM file written by the tool, 8-bit ones scaled to
+// 16 bits.
+std::vector<uint16_t> PnmSamples(const std::string &bytes) {
+  size_t at = 0;
+  for (int lines = 0; lines < 2; ++lines) at = bytes.find('\n', at) + 1;
+  const bool wide = std::stoi(bytes.substr(at)) > 255;
+  at = bytes.find('\n', at) + 1;
+  std::vector<uint16_t> v;
+  for (size_t i = at; i + (wide ? 1 : 0) < bytes.size(); i += wide ? 2 : 1) {
+    const auto hi = static_cast<uint8_t>(bytes[i]);
+    v.push_back(static_cast<uint16_t>(wide ? hi << 8 | static_cast<uint8_t>(bytes[i + 1]) : hi * 257));
+  }
+  return v;
+}
+
+// The raw samples of image 0 as the library delivers them in use case 3.
+std::vector<uint16_t> RawImage0(const std::string &path) {
+  Opened c(path);
+  EXPECT_GE(c.status, 0) << path;
+  XeSetUseCase(c.h, 3);
+  std::vector<uint8_t> pixels(c.Get(CIS_MaxImageSizeColor));
+  ImageRange range{0, 1};
+  ImageHeader h{};
+  EXPECT_EQ(XeGetCineImage(c.h, &range, pixels.data(), static_cast<uint32_t>(pixels.size()), &h), 0);
+  std::vector<uint16_t> v(h.biSizeImage / 2);
+  std::memcpy(v.data(), pixels.data(), v.size() * 2);
+  return v;
+}
+
+TEST_F(CliTest, InfoDescribesSeveralFilesAndChecksTheirImages) {
+  const std::string good = Recording(Path("good.cine"));
+  // Cut inside the record of image 5: images 5 and 6 are lost, 4 is whole.
+  std::string bytes = ReadText(good);
+  uint64_t offset5 = 0;
+  std::memcpy(&offset5, bytes.data() + *reinterpret_cast<const uint32_t *>(bytes.data() + 32) + 8 * 8, 8);
+  std::ofstream(Path("cut.cine"), std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(offset5 + 4));
+
+  Outcome r = Tool({"info", good, Path("cut.cine"), "--json", "--check"});
+  EXPECT_EQ(r.code, 4) << r.err;
+  EXPECT_EQ(r.err, "xefile: " + Path("cut.cine") + ": damaged: 2 of 10 images cannot be read\n");
+  const Json j = Json::parse(r.out);
+  ASSERT_EQ(j.size(), 2u);
+  EXPECT_EQ(j[0]["check"], Json({{"images", 10}, {"unreadable", 0}, {"failures", Json::array()}}));
+  ASSERT_EQ(j[1]["check"]["failures"].size(), 1u);
+  EXPECT_EQ(j[1]["check"]["failures"][0]["first"], 5);
+  EXPECT_EQ(j[1]["check"]["failures"][0]["last"], 6);
+  EXPECT_EQ(j[1]["check"]["failures"][0]["status"], XE_ERR_FILE_READ);
+
+  // Text: a block per file; a file that does not open is told and the rest
+  // still described.
+  r = Tool({"info", good, Path("missing.cine"), good});
+  EXPECT_EQ(r.code, 1);
+  EXPECT_EQ(Lines(r.err).size(), 2u) << r.err;
+  size_t blocks = 0;
+  for (const std::string &line : Lines(r.out)) blocks += line.rfind("file ", 0) == 0;
+  EXPECT_EQ(blocks, 2u);
+  EXPECT_EQ(Tool({"info", good, "--check"}).code, 0);
+}
+
+TEST_F(CliTest, TimesJsonHoldsTheCsvValues) {
+  const std::string file = Recording(Path("rec.cine"));
+  Outcome r = Tool({"times", file, "--json", "--range", "0:2"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  const Json j = Json::parse(r.out);
+  ASSERT_EQ(j.size(), 3u);
+  const std::vector<std::string> csv = Lines(Tool({"times", file, "--csv", "--range", "0:2"}).out);
+  for (size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(j[i]["image"], static_cast<int>(i));
+    EXPECT_EQ(csv[i + 1].rfind(std::to_string(i) + "," + j[i]["time_utc"].get<std::string>() + ",", 0), 0u);
+    EXPECT_EQ(j[i]["event"], i == 0 ? 0 : 1);  // the fixture's event: images 1 and 2
+    EXPECT_EQ(j[i]["timecode"], "12:15:30:0" + std::to_string(i + 3));
+  }
+  EXPECT_NEAR(j[1]["from_trigger_s"].get<double>() - j[0]["from_trigger_s"].get<double>(), 0.001, 1e-6);
+  EXPECT_EQ(Tool({"times", file, "--json", "--csv"}).code, 2);
+}
+
+TEST_F(CliTest, SearchWithoutResultExitsThree) {
+  const std::string file = Recording(Path("rec.cine"));
+  // The last image of the direction is not examined: from 3 forward, 4 to 5
+  // are, and none has the event bit.
+  const std::vector<std::vector<std::string>> cases = {
+      {"--from", "3"}, {"--from", "6"}, {"--backward", "--from", "0"}};
+  for (const auto &args : cases) {
+    std::vector<std::string> all{"search", file};
+    all.insert(all.end(), args.begin(), args.end());
+    const Outcome r = Tool(all);
+    EXPECT_EQ(r.code, 3) << args[1];
+    ExpectOneLineFailure(r, "no image found");
+  }
+  EXPECT_EQ(Tool({"search", file, "--from", "2", "--event", "0"}).code, 0);
+}
+
+TEST_F(CliTest, DemoMakesEveryPatternAndDepth) {
+  // Picture row 10 crosses the colour bars: bar 1 is yellow, bar 6 blue.
+  struct Case {
+    std::string cfa, bits;
+  } cases[] = {{"1", "12"}, {"2", "8"}, {"3", "16"}, {"4", "10"}};
+  for (const Case &k : cases) {
+    const std::string cine = Path("c" + k.cfa + ".cine"), ppm = Path("c" + k.cfa + ".ppm");
+    ASSERT_EQ(Tool({"demo", cine, "-n", "2", "--size", "64x32", "--cfa", k.cfa, "--bits", k.bits}).code, 0);
+    const Json j = Json::parse(Tool({"info", cine, "--json"}).out);
+    EXPECT_EQ(j["cfa"], std::stoi(k.cfa));
+    EXPECT_EQ(j["bits_per_sample"], std::stoi(k.bits));
+    ASSERT_EQ(Tool({"extract", cine, "-i", "0", "-o", ppm}).code, 0);
+    const std::vector<uint16_t> v = PnmSamples(ReadText(ppm));
+    const size_t row = 10 * 64 * 3, yellow = row + 12 * 3, blue = row + 52 * 3;
+    ASSERT_GT(v.size(), blue + 2);
+    EXPECT_GT(v[yellow], 40000) << k.cfa;
+    EXPECT_GT(v[yellow + 1], 40000) << k.cfa;
+    EXPECT_LT(v[yellow + 2], 15000) << k.cfa;
+    EXPECT_LT(v[blue], 15000) << k.cfa;
+    EXPECT_GT(v[blue + 2], 40000) << k.cfa;
+  }
+  Opened c(Path("c4.cine"));
+  BitmapInfoHeader b{};
+  XeGetCineBMIH(c.h, &b);
+  EXPECT_EQ(b.biXPelsPerMeter, 2835);  // 72 dpi
+  EXPECT_EQ(b.biYPelsPerMeter, 2835);
+}
+
+TEST_F(CliTest, DemoPacksTenBitSamples) {
+  ASSERT_EQ(Tool({"demo", Path("u.cine"), "-n", "1", "--size", "48x16", "--bits", "10"}).code, 0);
+  Outcome r = Tool({"demo", Path("p.cine"), "-n", "1", "--size", "48x16", "--bits", "10", "--packed"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_NE(r.out.find(": 1 image (0 to 0)"), std::string::npos) << r.out;
+  const std::string file = ReadText(Path("p.cine"));
+  BitmapInfoHeader b{};
+  std::memcpy(&b, file.data() + *reinterpret_cast<const uint32_t *>(file.data() + 24), sizeof b);
+  EXPECT_EQ(b.biCompression, static_cast<uint32_t>(XE_BI_PACKED));
+  EXPECT_EQ(b.biSizeImage, 48u * 16 * 10 / 8);
+  // The same scene: each stored 10-bit value comes back from the packed
+  // file as one linearised value, rising with it.
+  const std::vector<uint16_t> plain = RawImage0(Path("u.cine")), packed = RawImage0(Path("p.cine"));
+  ASSERT_EQ(plain.size(), packed.size());
+  std::map<uint16_t, uint16_t> curve;
+  for (size_t i = 0; i < plain.size(); ++i) {
+    const auto [it, added] = curve.emplace(plain[i], packed[i]);
+    ASSERT_EQ(it->second, packed[i]) << "sample " << i << " value " << plain[i];
+  }
+  EXPECT_GT(curve.size(), 100u);
+  for (auto it = curve.begin(); std::next(it) != curve.end(); ++it) EXPECT_LE(it->second, std::next(it)->second);
+
+  ExpectOneLineFailure(Tool({"demo", Path("x.cine"), "--packed"}), "--bits 10");
+  EXPECT_EQ(Tool({"demo", Path("x.cine"), "--cfa", "5"}).code, 2);
+}
+
+TEST_F(CliTest, ExtractWritesRangesByPatternAndRawVideo) {
+  const std::string file = Recording(Path("rec.cine"));
+  ASSERT_EQ(Tool({"extract", file, "-i", "0", "-o", Path("one.ppm")}).code, 0);
+  Outcome r = Tool({"extract", file, "--range=-1:1", "-o", Path("f/img_!3.ppm")});
+  ASSERT_EQ(r.code, 0) << r.err;
+  for (const char *name : {"img_-01.ppm", "img_000.ppm", "img_001.ppm"})
+    EXPECT_TRUE(fs::exists(Path(std::string("f/") + name))) << name;
+  EXPECT_FALSE(fs::exists(Path("f/img_002.ppm")));
+  EXPECT_EQ(ReadText(Path("f/img_000.ppm")), ReadText(Path("one.ppm")));
+  // Without a token the files are numbered from 1.
+  ASSERT_EQ(Tool({"extract", file, "-r", "5:", "--raw", "-o", Path("n.pgm")}).code, 0);
+  EXPECT_TRUE(fs::exists(Path("n_0002.pgm")));
+  EXPECT_FALSE(fs::exists(Path("n_0003.pgm")));
+
+  // Raw video: rgb48le frames, top row first, the PPM's samples.
+  r = Tool({"extract", file, "--range", "0:1", "-o", "-"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_NE(r.err.find("ffmpeg -f rawvideo -pixel_format rgb48le -video_size 16x8 -framerate 1000 -i -"),
+            std::string::npos)
+      << r.err;
+  const std::vector<uint16_t> ppm = PnmSamples(ReadText(Path("one.ppm")));
+  ASSERT_EQ(r.out.size(), 2 * ppm.size() * 2);
+  std::vector<uint16_t> frame(ppm.size());
+  std::memcpy(frame.data(), r.out.data(), frame.size() * 2);
+  EXPECT_EQ(frame, ppm);
+
+  EXPECT_EQ(Tool({"extract", file, "-i", "0", "--raw", "--gamma", "2", "-o", Path("x.pgm")}).code, 2);
+  EXPECT_EQ(Tool({"extract", file, "-o", Path("x.pgm")}).code, 2);
+}
+
+TEST_F(CliTest, FilesThatAreNoCinesAreNamed) {
+  const std::string good = ReadText(Recording(Path("rec.cine")));
+  std::string negative = good;
+  const uint32_t bmih = *reinterpret_cast<const uint32_t *>(good.data() + 24);
+  const int32_t width = -16;
+  std::memcpy(negative.data() + bmih + 4, &width, 4);
+  const struct {
+    std::string name, bytes, message;
+  } cases[] = {
+      {"empty.cine", "", "not a cine file: empty"},
+      {"text.cine", "hello there\n", "not a cine file: unknown header (first bytes 68 65 6c 6c"},
+      {"tif.cine", std::string("II*\0\x08\0\0\0", 8), "not a cine file: a TIFF file"},
+      {"short.cine", good.substr(0, 30), "too short for a cine header"},
+      {"negative.cine", negative, "damaged cine header: image width -16"},
+  };
+  for (const auto &k : cases) {
+    std::ofstream(Path(k.name), std::ios::binary) << k.bytes;
+    ExpectOneLineFailure(Tool({"info", Path(k.name)}), k.message);
+  }
+}
+
+TEST_F(CliTest, QuietAndVerbose) {
+  const std::string file = Recording(Path("rec.cine"));
+  Outcome r = Tool({"--quiet", "extract", file, "-i", "0", "-o", Path("a.ppm")});
+  EXPECT_EQ(r.code, 0);
+  EXPECT_EQ(r.out + r.err, "");
+  // The library's log comes to standard error; the output stays the same.
+  r = Tool({"times", file, "--csv", "--verbose"});
+  EXPECT_EQ(r.code, 0);
+  EXPECT_EQ(r.out, Tool({"times", file, "--csv"}).out);
+  EXPECT_GT(Lines(r.err).size(), 2u);
+}
+
+}  // namespace
