@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The main job on a recording the tool makes itself: builds XeFile, makes a
-# raw colour recording with `xefile demo`, shows it with `xefile info`, takes
-# one image out with `xefile extract` and converts the recording with a few
+# raw colour recording with `xefile demo`, shows and checks it with `xefile
+# info`, takes images out with `xefile extract` and converts the recording with a few
 # `xefile convert`s (raw and processed cine, 16-bit TIFF images with their
 # header file and XML description, a multipage TIFF).
 set -euo pipefail
@@ -17,10 +17,11 @@ mkdir -p "$out/tiff"
 run() { echo "\$ xefile $*"; "$xefile" "$@"; echo; }
 
 run demo "$out/recording.cine" --frames 200 --size 512x384
-run info "$out/recording.cine"
+run info "$out/recording.cine" --check
 run times "$out/recording.cine" --range=-2:2
 run extract "$out/recording.cine" --image 0 -o "$out/image0.ppm"
 run extract "$out/recording.cine" --image 0 --raw -o "$out/image0_raw.pgm"
+run extract "$out/recording.cine" --range 0:4 -o "$out/frames/frame_!3.ppm" --gamma 1.2
 run search "$out/recording.cine" --from=-100 --event 1
 run convert "$out/recording.cine" "$out/raw_part.cine" --to cine-raw --range=-20:20
 run convert "$out/recording.cine" "$out/processed.cine" --to cine --gamma 1.2 --saturation 20
@@ -30,5 +31,6 @@ run convert "$out/recording.cine" "$out/pages.tif" --to tiff-multipage --range 0
 echo "The files are in $out:"
 ls -l "$out" "$out/tiff" | sed 's/^/  /'
 echo "recording.cine is the recording; image0.ppm its trigger image processed for viewing,"
-echo "image0_raw.pgm the same image as the sensor saw it; tiff/ holds 16-bit TIFF images"
+echo "image0_raw.pgm the same image as the sensor saw it; frames/ images 0 to 4 with a gamma;"
+echo "tiff/ holds 16-bit TIFF images"
 echo "with their header file (.chd) and XML description; pages.tif is a multipage TIFF."
