@@ -15,7 +15,10 @@ constexpr uint16_t kTypeLong = 4;
 // A file opened for the walk; closed at the end of the scope.
 class File {
  public:
-  File(const std::string &path, bool write) : fd_(open(path.c_str(), (write ? O_RDWR : O_RDONLY) | O_CLOEXEC)) {
+  // Non-blocking: a FIFO in place of the file must not hang the open; only
+  // a regular file gets a size, and so bytes to read.
+  File(const std::string &path, bool write)
+      : fd_(open(path.c_str(), (write ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NONBLOCK)) {
     struct stat st {};
     if (fd_ >= 0 && fstat(fd_, &st) == 0 && S_ISREG(st.st_mode)) size_ = static_cast<uint64_t>(st.st_size);
   }
