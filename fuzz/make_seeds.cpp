@@ -150,9 +150,17 @@ int main(int argc, char **argv) {
   const fs::path out = argv[1], cines = out / "cine", tiffs = out / "tiff";
   fs::create_directories(cines);
   fs::create_directories(tiffs);
-  for (const auto &[name, bytes] : CineSeeds()) WriteFile(cines / (name + ".cine"), bytes);
-
   XeStartXeFile();
+  // A seed the library refuses would leave its form unfuzzed.
+  int refused = 0;
+  for (const auto &[name, bytes] : CineSeeds()) {
+    const fs::path path = cines / (name + ".cine");
+    WriteFile(path, bytes);
+    CineHandle c = nullptr;
+    const int32_t status = XeNewCineFromFile(path.c_str(), &c);
+    if (status < 0) std::fprintf(stderr, "seed %s does not open: %d\n", name.c_str(), status), ++refused;
+    XeDestroyCine(c);
+  }
   const fs::path work = out / "work";
   fs::create_directories(work);
   for (const char *name : {"gray8", "raw_colour16_blocks"}) {
@@ -168,5 +176,5 @@ int main(int argc, char **argv) {
   fs::remove_all(work);
   WriteFile(tiffs / "big_endian_strips.tif", BigEndianStrips());
   XeStopXeFile();
-  return 0;
+  return refused ? 1 : 0;
 }
