@@ -3,6 +3,9 @@
  *
  *   cineinfo FILE
  */
+/* gmtime_r is POSIX, not C11: asked for before any system header. */
+#define _POSIX_C_SOURCE 200809L
+
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -79,6 +82,7 @@ int main(int argc, char **argv) {
   print_time("trigger time", trigger);
   printf("%-22s %u images per second\n", "frame rate", s->FrameRate);
   printf("%-22s %.3f us\n", "exposure", s->ShutterNs / 1000.0);
+  /* Tag 1003 answers whole microseconds (XefCineImageExposure gives 2^-32 s). */
   uint32_t exposureUs = 0;
   if (h->ImageCount &&
       XeGetCineAuxData(cine, h->FirstImageNo, XE_TAG_EXPOSURE, sizeof exposureUs, &exposureUs) == 0)

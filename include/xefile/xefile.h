@@ -161,7 +161,15 @@ XEFILE_API int32_t XefCopySetupImProcEx(Setup *target, const Setup *source, uint
 /* The data of the first block of that tag, or null. Ask only for tags that
  * the cine has. */
 XEFILE_API void *XefGetCineTaggedBlock(CineHandle cine, uint32_t tag);
-/* Copies the entry of one image of one tag into out (size bytes). */
+/* The data of one image for one tag, into out (size bytes):
+ *   1002  the image's time, a Time64 of 8 bytes (XefCineImageTime);
+ *   1003  the image's exposure in whole microseconds, a u32 rounded to the
+ *         nearest (XefCineImageExposure gives it in units of 2^-32 s);
+ *   1007  the image's packed timecode, 8 bytes, computed when not stored;
+ *   1008  the same timecode unpacked, 44 bytes (TCU);
+ *   1004, 1005, 1006  the image's entry of the block, size bytes copied.
+ * A size below 8 (1002), 4 (1003) or 44 (1008) gives -2003, an image
+ * without data -2004, a tag the cine does not hold -2023. */
 XEFILE_API int32_t XeGetCineAuxData(CineHandle cine, int32_t image, uint32_t tag, uint32_t size,
                                     void *out);
 

@@ -31,9 +31,9 @@ case "$found" in
 esac
 "$cmake" --build "$work/consumer" >>"$work/consumer.log" 2>&1 || fail "consumer build failed (see $work/consumer.log)"
 
-# Through pkg-config, with the flags and nothing else.
+# Through pkg-config, with the flags and nothing else, as strict C11.
 flags=$(PKG_CONFIG_PATH="$prefix/$libdir/pkgconfig" pkg-config --cflags --libs xefile) || fail "pkg-config does not know xefile"
-${CC:-cc} -Wall -Wextra -Werror -o "$work/cineinfo-pc" "$source/examples/cineinfo.c" $flags || fail "cc with pkg-config flags failed"
+${CC:-cc} -std=c11 -Wall -Wextra -Werror -o "$work/cineinfo-pc" "$source/examples/cineinfo.c" $flags || fail "cc with pkg-config flags failed"
 
 "$sample" "$work/sample.cine" >/dev/null || fail "no sample cine"
 export LD_LIBRARY_PATH="$prefix/$libdir"
