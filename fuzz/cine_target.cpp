@@ -2,7 +2,7 @@
 // order a viewer and a save would do it. What the harness allocates is sized
 // by the library's own answers, exactly, so that a write past them is seen;
 // an image that claims more than kMaxFetchBytes is not fetched at all.
-#include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
