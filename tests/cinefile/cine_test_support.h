@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <tuple>
 
 #include "cinefile/tagged_blocks.h"
 #include "fixtures/cine_builder.h"
@@ -62,6 +63,13 @@ inline fixture::Bytes FileBytes(const std::string &path) {
 }
 
 using LogCapture = testsupport::LogToFile;
+
+// Values taken by copy into one tuple, so that several fields (packed ones
+// too) are compared in one expectation: EXPECT_EQ(Fields(h.a, h.b), Fields(1, 2)).
+template <class... T>
+std::tuple<T...> Fields(T... v) {
+  return std::tuple<T...>(v...);
+}
 
 inline uint64_t OffsetOf(CineHandle c, uint32_t index) {
   uint64_t v = 0;
