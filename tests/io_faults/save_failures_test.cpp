@@ -7,9 +7,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <fstream>
 #include <thread>
-#include <iterator>
 #include <string>
 
 #include "cinefile/cine_test_support.h"
@@ -43,22 +41,7 @@ off_t SizeOf(int fd) {
 uint32_t g_stopAt = 1000;
 int32_t StopAt(uint32_t percent, CineHandle) { return percent < g_stopAt; }
 
-struct Saved {
-  CineHandle cine = nullptr;
-  int32_t status;
-  explicit Saved(const std::string &path) { status = XeNewCineFromFile(path.c_str(), &cine); }
-  ~Saved() { XeDestroyCine(cine); }
-};
-
-Bytes RawImages(CineHandle c, uint32_t count) {
-  XeSetUseCase(c, 3);
-  Bytes px(uint64_t{XevGetCineInfo(c, CIS_MaxImageSizeColor)} * count);
-  ImageRange r{kFirst, count};
-  ImageHeader h{};
-  EXPECT_GE(XeGetCineImage(c, &r, px.data(), static_cast<uint32_t>(px.size()), &h), 0);
-  px.resize(uint64_t{h.biSizeImage} * count);
-  return px;
-}
+using Saved = cinetest::OpenedPath;
 
 class SaveFailures : public ::testing::Test {
  protected:
@@ -76,8 +59,7 @@ TEST_F(SaveFailures, AFailedWriteAnywhereIsTheSavesStatus) {
   const std::string path = dir.path() + "/out.cine";
   ASSERT_EQ(XeSetCineSaveOptions(src.cine, path.c_str(), 0, 0, 100), 0);
   ASSERT_EQ(XeWriteCineFile(src.cine, nullptr), 0);
-  std::ifstream file(path, std::ios::binary);
-  const Bytes bytes((std::istreambuf_iterator<char>(file)), {});
+  const Bytes bytes = cinetest::FileBytes(path);
   const off_t size = off_t(bytes.size()), table = fixture::GetU32(bytes, 32);
   ASSERT_EQ(size, table + 8 * kCount + kCount * kRecord);
 
@@ -113,7 +95,8 @@ TEST_F(SaveFailures, AFailedWriteAnywhereIsTheSavesStatus) {
       ASSERT_EQ(out.status, 0);
       EXPECT_EQ(XevGetCineInfo(out.cine, CIS_ImageCount), uint32_t(k.stored));
       if (k.stored < int32_t(kCount)) {
-        EXPECT_EQ(RawImages(out.cine, k.stored), RawImages(src.cine, k.stored));
+        EXPECT_EQ(cinetest::Images(out.cine, kFirst, k.stored, 3),
+                  cinetest::Images(src.cine, kFirst, k.stored, 3));
       }
     }
   }

@@ -64,24 +64,8 @@ void ExpectSamePerImageData(CineHandle src, CineHandle out, int32_t first, int32
   }
 }
 
-// A saved file opened where it lies.
-struct Saved {
-  CineHandle cine = nullptr;
-  int32_t status;
-  explicit Saved(const std::string &path) { status = XeNewCineFromFile(path.c_str(), &cine); }
-  ~Saved() { XeDestroyCine(cine); }
-};
-
-Bytes Images(CineHandle c, int32_t first, uint32_t count, uint32_t useCase) {
-  EXPECT_EQ(XeSetUseCase(c, useCase), 0);
-  const uint32_t one = XevGetCineInfo(c, CIS_MaxImageSizeColor);
-  Bytes px(uint64_t{one} * count);
-  ImageRange r{first, count};
-  ImageHeader h{};
-  EXPECT_GE(XeGetCineImage(c, &r, px.data(), static_cast<uint32_t>(px.size()), &h), 0);
-  px.resize(uint64_t{h.biSizeImage} * count);
-  return px;
-}
+using cinetest::Images;
+using Saved = cinetest::OpenedPath;
 
 class PartialResave : public ::testing::Test {
  protected:
