@@ -2,6 +2,7 @@
 // packed and raw images come back as colour in the caller's buffer, the cine
 // keeps its own header, and nothing is written past the documented room.
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
 
@@ -12,6 +13,7 @@
 #include "support/bitmap.h"
 
 using namespace fixture;
+using cinetest::Fields;
 using cinetest::Opened;
 
 namespace {
@@ -93,12 +95,10 @@ TEST(DecodedFetch, RawColourComesBackAsInterpolatedColour) {
     const BitmapInfoHeader before = o.cine->H.Bmih;
     Bytes px(DocumentedRoom(8, 4) + 16, kUntouched);
     ASSERT_EQ(XeReadCineFileImage(o.cine, 1, px.data()), 0);
+    const std::array<uint16_t, 3> bgr{k.blue, k.green, k.red};
     for (int32_t y = 0; y < 4; ++y)
-      for (int32_t x = 0; x < 8; ++x) {
-        EXPECT_NEAR(At48(px, 8, x, y, 0), k.blue, 1) << x << "," << y;
-        EXPECT_NEAR(At48(px, 8, x, y, 1), k.green, 1) << x << "," << y;
-        EXPECT_NEAR(At48(px, 8, x, y, 2), k.red, 1) << x << "," << y;
-      }
+      for (int32_t x = 0; x < 8; ++x)
+        for (int c = 0; c < 3; ++c) EXPECT_NEAR(At48(px, 8, x, y, c), bgr[c], 1) << x << "," << y;
     EXPECT_EQ(px[RowBytes(8, 48) * 4], kUntouched);
     // The cine's header is the stored one still: a raw fetch after the decode
     // reads the stored mosaic.
@@ -127,12 +127,9 @@ TEST(DecodedFetch, PackedFileIsLinearisedToFourteenBits) {
   Bytes px(DocumentedRoom(w, h), kUntouched);
   ASSERT_EQ(XeReadCineFileImage(o.cine, 0, px.data()), 0);
   EXPECT_EQ(std::memcmp(&switched, &o.cine->H.Bmih, sizeof switched), 0);
-  EXPECT_EQ(o.cine->H.Setup.WhiteLevel, 16383);
-  EXPECT_EQ(o.cine->H.Setup.BlackLevel, 0);
-  EXPECT_EQ(o.cine->PackInfo.CFA, 3u);
-  EXPECT_FLOAT_EQ(o.cine->PackInfo.GainR, 1.5f);
-  EXPECT_FLOAT_EQ(o.cine->PackInfo.GainG, 1.0f);
-  EXPECT_FLOAT_EQ(o.cine->PackInfo.GainB, 1.25f);
+  const auto &pack = o.cine->PackInfo;
+  EXPECT_EQ(Fields(o.cine->H.Setup.WhiteLevel, o.cine->H.Setup.BlackLevel), Fields(16383, 0));
+  EXPECT_EQ(Fields(pack.CFA, pack.GainR, pack.GainG, pack.GainB), Fields(3u, 1.5f, 1.0f, 1.25f));
   // No stretch by the old levels: the linear value of the code, in colour.
   const uint16_t linear = xe::intl::LinearizationTable()[512];
   for (int c = 0; c < 3; ++c) EXPECT_EQ(At48(px, w, 3, 1, c), linear) << c;
@@ -260,10 +257,9 @@ TEST(DepthSwitch, SixteenBitsOnFilesAndCameras) {
   EXPECT_EQ(std::memcmp(&before, &o.cine->H.Bmih, sizeof before), 0);
   o.cine->Saving.Save16Bit = 12;
   EXPECT_EQ(XeEnableCine16Bpp(o.cine, 0), 0);
-  EXPECT_EQ(o.cine->H.Setup.RealBPP, 8u);
-  EXPECT_EQ(o.cine->H.Bmih.biBitCount, 8);
-  EXPECT_EQ(o.cine->H.Bmih.biClrImportant, 0u);
-  EXPECT_EQ(o.cine->H.Bmih.biSizeImage, 12u * 3);
+  const BitmapInfoHeader &fb = o.cine->H.Bmih;
+  EXPECT_EQ(Fields(o.cine->H.Setup.RealBPP, +fb.biBitCount, fb.biClrImportant, fb.biSizeImage),
+            Fields(8u, 8, 0u, 12u * 3));
   EXPECT_EQ(o.cine->Saving.Save16Bit, 0u);
   EXPECT_EQ(XeEnableCine16Bpp(nullptr, 0), XE_ERR_NULL_CINE);
 
@@ -274,10 +270,9 @@ TEST(DepthSwitch, SixteenBitsOnFilesAndCameras) {
   cam->H.Setup.CFA = 3;
   cam->H.Setup.RealBPP = 8;
   EXPECT_EQ(XeEnableCine16Bpp(cam.get(), 1), 0);
-  EXPECT_EQ(cam->H.Setup.RealBPP, 16u);
-  EXPECT_EQ(cam->H.Bmih.biBitCount, 48);
-  EXPECT_EQ(cam->H.Bmih.biClrImportant, 65536u);
-  EXPECT_EQ(cam->H.Bmih.biSizeImage, 8u * 6 * 4);
+  const BitmapInfoHeader &cb = cam->H.Bmih;
+  EXPECT_EQ(Fields(cam->H.Setup.RealBPP, +cb.biBitCount, cb.biClrImportant, cb.biSizeImage),
+            Fields(16u, 48, 65536u, 8u * 6 * 4));
   EXPECT_EQ(cam->Saving.Save16Bit, 16u);
   EXPECT_EQ(XeEnableCine16Bpp(cam.get(), 0), 0);
   EXPECT_EQ(cam->H.Bmih.biBitCount, 24);
@@ -296,13 +291,11 @@ TEST(DepthSwitch, HeaderAfterTheCameraDepthChanged) {
     r->H.Setup.fGain16_8 = k.gainIn;
     r->H.Bmih.biCompression = 256;
     EXPECT_EQ(XefUpdateCineRealBppChanged(r.get()), 0);
-    EXPECT_EQ(r->H.Bmih.biBitCount, k.bits);
-    EXPECT_EQ(r->H.Bmih.biCompression, 0u);
-    EXPECT_EQ(r->H.Bmih.biClrImportant, k.clr);
-    EXPECT_EQ(r->H.Bmih.biSizeImage, RowBytes(8, k.bits) * 4);
-    EXPECT_FLOAT_EQ(r->H.Setup.fGain16_8, k.gainOut);
-    EXPECT_EQ(r->H.Setup.WhiteLevel, k.white);
-    EXPECT_EQ(r->ParamsChanged, 1u);
+    const BitmapInfoHeader &b = r->H.Bmih;
+    EXPECT_EQ(Fields(b.biBitCount, b.biCompression, b.biClrImportant, b.biSizeImage),
+              Fields(k.bits, 0u, k.clr, RowBytes(8, k.bits) * 4));
+    EXPECT_EQ(Fields(r->H.Setup.fGain16_8, r->H.Setup.WhiteLevel, r->ParamsChanged),
+              Fields(k.gainOut, k.white, 1u));
   }
 }
 

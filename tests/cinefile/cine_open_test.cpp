@@ -8,6 +8,7 @@
 #include "cine_test_support.h"
 
 using namespace fixture;
+using cinetest::Fields;
 using cinetest::Opened;
 
 namespace {
@@ -54,12 +55,9 @@ TEST(CineOpen, VersionZeroOffsetsAreWidenedInPlace) {
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
   const CineFileHeader &h = o.cine->H.Header;
-  EXPECT_EQ(h.Version, 1);
-  EXPECT_EQ(h.OffImageHeader, 44u);
-  EXPECT_EQ(h.OffSetup, 84u);
-  EXPECT_EQ(h.OffImageOffsets, 7324u);
-  EXPECT_EQ(cinetest::OffsetOf(o.cine, 0), b.layout().ImageRecords[0]);
-  EXPECT_EQ(cinetest::OffsetOf(o.cine, 1), b.layout().ImageRecords[1]);
+  EXPECT_EQ(Fields(h.Version, h.OffImageHeader, h.OffSetup, h.OffImageOffsets),
+            Fields(1, 44u, 84u, 7324u));
+  for (uint32_t i : {0u, 1u}) EXPECT_EQ(cinetest::OffsetOf(o.cine, i), b.layout().ImageRecords[i]);
 }
 
 TEST(CineOpen, ShortSetupReadsOverZerosAndFindsTheTaggedAreaBehindIt) {
@@ -70,16 +68,10 @@ TEST(CineOpen, ShortSetupReadsOverZerosAndFindsTheTaggedAreaBehindIt) {
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
   const ::Setup &s = o.cine->H.Setup;
-  EXPECT_EQ(+s.Length, 7240);
-  EXPECT_EQ(+s.ImWidth, 16);
-  EXPECT_EQ(+s.ImHeight, 0);
-  EXPECT_EQ(s.RangeSize, 0u);
+  EXPECT_EQ(Fields(+s.Length, +s.ImWidth, +s.ImHeight, s.RangeSize), Fields(7240, 16, 0, 0u));
   // Gains and tone factors the record did not reach are neutral.
-  EXPECT_EQ(s.WBGain[2].B, 1.0f);
-  EXPECT_EQ(s.fGain, 1.0f);
-  EXPECT_EQ(s.fSaturation, 1.0f);
-  EXPECT_EQ(s.fGain16_8, 1.0f);
-  EXPECT_EQ(s.fOffset, 0.0f);
+  EXPECT_EQ(Fields(s.WBGain[2].B, s.fGain, s.fSaturation, s.fGain16_8, s.fOffset),
+            Fields(1.0f, 1.0f, 1.0f, 1.0f, 0.0f));
   // The block is there even though no field says how large its entries are.
   EXPECT_NE(XefGetCineTaggedBlock(o.cine, 1004), nullptr);
 }
@@ -103,10 +95,9 @@ TEST(CineOpen, BitmapHeaderAfterTheSetupIsFollowed) {
   b.setup().SetU32(setup::kRealBPP, 12);
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
-  EXPECT_EQ(o.cine->H.Bmih.biWidth, 24);
-  EXPECT_EQ(o.cine->H.Bmih.biBitCount, 16);
-  EXPECT_EQ(o.cine->H.Bmih.biSizeImage, 24u * 2 * 2);
-  EXPECT_EQ(o.cine->H.Bmih.biClrImportant, 4096u);
+  const BitmapInfoHeader &h = o.cine->H.Bmih;
+  EXPECT_EQ(Fields(h.biWidth, h.biBitCount, h.biSizeImage, h.biClrImportant),
+            Fields(24, 16, 24u * 2 * 2, 4096u));
 }
 
 TEST(CineOpen, GreyLevelsComeFromRealBPP) {
@@ -160,11 +151,7 @@ TEST(CineOpen, LoadCorrectionsOfTheSetup) {
     Opened o(b.Build());
     ASSERT_EQ(o.status, 0);
     const ::Setup &s = o.cine->H.Setup;
-    EXPECT_EQ(s.Bright, 0);
-    EXPECT_EQ(s.Rotate, 0);
-    EXPECT_EQ(s.WBView.R, 1.0f);
-    EXPECT_EQ(s.fGain, 1.0f);
-    EXPECT_EQ(s.WhiteLevel, 255);
+    EXPECT_EQ(Fields(s.Bright, s.Rotate, s.WBView.R, s.fGain, s.WhiteLevel), Fields(0, 0, 1.0f, 1.0f, 255));
   }
   {  // a gray processed file keeps its settings, even from old software
     CineBuilder b;
@@ -187,15 +174,9 @@ TEST(CineOpen, FilesOlderThanTimecodeGetOneInvented) {
     EXPECT_EQ(o.cine->H.Setup.TCRate, 30.0f);
     return o.cine->H.Setup.TimeCode;
   };
-  TC before = timecodeOf(-10);  // 01:00:00:00 plus 10 frames
-  EXPECT_EQ(before.hours, 0x01);
-  EXPECT_EQ(before.minutes, 0x00);
-  EXPECT_EQ(before.frames, 0x10);
-  TC after = timecodeOf(5);  // 01:00:00:00 minus 5 frames
-  EXPECT_EQ(after.hours, 0x00);
-  EXPECT_EQ(after.minutes, 0x59);
-  EXPECT_EQ(after.seconds, 0x59);
-  EXPECT_EQ(after.frames, 0x25);
+  auto hmsf = [](TC t) { return Fields<int, int, int, int>(t.hours, t.minutes, t.seconds, t.frames); };
+  EXPECT_EQ(hmsf(timecodeOf(-10)), Fields(0x01, 0x00, 0x00, 0x10));  // 01:00:00:00 plus 10 frames
+  EXPECT_EQ(hmsf(timecodeOf(5)), Fields(0x00, 0x59, 0x59, 0x25));    // 01:00:00:00 minus 5 frames
 }
 
 TEST(CineOpen, HeaderFileHasNoImageOffsets) {
@@ -217,19 +198,11 @@ TEST(CineOpen, RecordFieldsAfterOpen) {
   CineHandle c = o.cine;
   int32_t first = 0, last = 0;
   EXPECT_EQ(XeGetCineRange(c, &first, &last), 0);
-  EXPECT_EQ(first, -100);
-  EXPECT_EQ(last, 899);
-  EXPECT_EQ(c->IsFileCine, 1u);
-  EXPECT_EQ(c->CN, -1);
-  EXPECT_EQ(c->CineNr, 1);
-  EXPECT_EQ(c->Saving.SaveFirst, -20);
-  EXPECT_EQ(c->Saving.SaveCount, 10u);
-  EXPECT_EQ(c->Saving.FileType, 0);
-  EXPECT_EQ(c->Saving.Save16Bit, 1u);
-  EXPECT_EQ(c->Saving.QFactor, 2u);
-  EXPECT_EQ(c->Saving.AviFrameRate, 5u);
-  EXPECT_EQ(c->FetchReserved, 0x80000000u);
-  EXPECT_EQ(c->CineUseCase, 1u);
+  EXPECT_EQ(Fields(first, last, c->IsFileCine, c->CN, c->CineNr), Fields(-100, 899, 1u, -1, 1));
+  const auto &sv = c->Saving;
+  EXPECT_EQ(Fields(sv.SaveFirst, sv.SaveCount, sv.FileType, sv.Save16Bit, sv.QFactor, sv.AviFrameRate),
+            Fields(-20, 10u, int16_t{0}, 1u, 2u, 5u));
+  EXPECT_EQ(Fields(c->FetchReserved, c->CineUseCase), Fields(0x80000000u, 1u));
   EXPECT_NE(c->ProcessingState, nullptr);
   EXPECT_STREQ(c->OpenedFileName, o.file.c_str());
   EXPECT_EQ(std::memcmp(&c->BmihOpened, &c->H.Bmih, sizeof(BitmapInfoHeader)), 0);
@@ -276,20 +249,14 @@ TEST(CineLifecycle, NewCineInMemory) {
   CineHandle c = nullptr;
   ASSERT_EQ(XefNewCine(&c, 33, 7, 16, -5, 12), 0);
   const CineFileHeader &h = c->H.Header;
-  EXPECT_EQ(h.Type, CINE_TYPE_CI);
-  EXPECT_EQ(h.FirstMovieImage, -5);
-  EXPECT_EQ(h.ImageCount, 12u);
-  EXPECT_EQ(h.OffImageOffsets, 7324u);
-  EXPECT_EQ(h.TriggerTime.fractions, 3u);
-  EXPECT_EQ(c->H.Bmih.biSizeImage, 68u * 7);  // 33 x 2 bytes padded to 68
-  EXPECT_EQ(c->H.Bmih.biXPelsPerMeter, 62500);
-  EXPECT_EQ(+c->H.Setup.ImWidth, 33);
-  EXPECT_EQ(c->H.Setup.PostTrigger, 12u);
-  EXPECT_EQ(c->H.Setup.SoftwareVersion, 705u);
-  EXPECT_EQ(c->IsFileCine, 0u);
-  EXPECT_EQ(c->FileHandle, -1);
-  EXPECT_EQ(c->ImageRangeFirst, -5);
-  EXPECT_EQ(c->Saving.FileType, 0);
+  EXPECT_EQ(Fields(+h.Type, h.FirstMovieImage, h.ImageCount, h.OffImageOffsets, h.TriggerTime.fractions),
+            Fields(+CINE_TYPE_CI, -5, 12u, 7324u, 3u));
+  // 33 x 2 bytes padded to 68.
+  EXPECT_EQ(Fields(c->H.Bmih.biSizeImage, c->H.Bmih.biXPelsPerMeter), Fields(68u * 7, 62500));
+  const ::Setup &s = c->H.Setup;
+  EXPECT_EQ(Fields(+s.ImWidth, s.PostTrigger, s.SoftwareVersion), Fields(33, 12u, 705u));
+  EXPECT_EQ(Fields(c->IsFileCine, c->FileHandle, c->ImageRangeFirst, c->Saving.FileType),
+            Fields(0u, -1, -5, int16_t{0}));
   EXPECT_TRUE(xe::SetImageOffset(c, 11, 99));
   EXPECT_FALSE(xe::SetImageOffset(c, 12, 99));
   XeDestroyCine(c);
@@ -341,11 +308,9 @@ TEST(CineBmih, DeliveredHeaderOfRawAndRotatedCines) {
   ASSERT_EQ(o.status, 0);
   BitmapInfoHeader h{};
   ASSERT_EQ(XeGetCineBMIH(o.cine, &h), 0);
-  EXPECT_EQ(h.biBitCount, 48);
-  EXPECT_EQ(h.biWidth, 10);
-  EXPECT_EQ(h.biHeight, 40);
-  EXPECT_EQ(h.biClrImportant, 4096u);
-  EXPECT_EQ(h.biSizeImage, 10u * 6 * 40);  // 60-byte rows need no padding
+  // 60-byte rows need no padding.
+  EXPECT_EQ(Fields(+h.biBitCount, h.biWidth, h.biHeight, h.biClrImportant, h.biSizeImage),
+            Fields(48, 10, 40, 4096u, 10u * 6 * 40));
   EXPECT_EQ(XeGetCineBMIH(nullptr, &h), XE_ERR_NULL_CINE);
 
   ASSERT_EQ(XeEnableCineColor(o.cine, 0), 0);

@@ -5,6 +5,7 @@
 #include "cine_test_support.h"
 
 using namespace fixture;
+using cinetest::Fields;
 using cinetest::Opened;
 
 namespace {
@@ -19,11 +20,15 @@ Bytes Time1Payload(uint32_t T, bool withExposures) {
   return p;
 }
 
-Time64 TimeOf(CineHandle c, int32_t image) {
-  Time64 t{};
-  EXPECT_EQ(XeGetCineAuxData(c, image, 1002, sizeof t, &t), 0) << image;
-  return t;
+// The entry of `image` in the answers of `tag`, the call expected to succeed.
+template <class T>
+T Aux(CineHandle c, int32_t image, uint32_t tag) {
+  T v{};
+  EXPECT_EQ(XeGetCineAuxData(c, image, tag, sizeof v, &v), 0) << tag << " image " << image;
+  return v;
 }
+Time64 TimeOf(CineHandle c, int32_t image) { return Aux<Time64>(c, image, 1002); }
+auto SecondsAndFraction(Time64 t) { return Fields(t.seconds, t.fractions & ~3u); }
 
 TEST(Time1Block, BecomesTimeAndExposureBlocksOfTheStoredImages) {
   for (bool behindSkipBlock : {false, true}) {
@@ -71,10 +76,7 @@ TEST(Time1Block, ThatDoesNotHoldTheStoredImagesIsDropped) {
   EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u);
   EXPECT_EQ(cinetest::OffsetOf(o.cine, 2), b.layout().ImageRecords[2]);
   // Times are then computed from the trigger time and the rate.
-  Time64 t{};
-  EXPECT_EQ(XeGetCineAuxData(o.cine, 150, 1002, 8, &t), 0);
-  EXPECT_EQ(t.seconds, 1700000001u);
-  EXPECT_EQ(t.fractions & ~3u, 0x80000000u);
+  EXPECT_EQ(SecondsAndFraction(TimeOf(o.cine, 150)), Fields(1700000001u, 0x80000000u));
 }
 
 TEST(TaggedBlocks, InvalidFirstBlockIsReportedAndTheAreaIgnored) {
@@ -83,10 +85,8 @@ TEST(TaggedBlocks, InvalidFirstBlockIsReportedAndTheAreaIgnored) {
   b.setup().SetU32(setup::kFrameRate, 1000);
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
-  Time64 t{};
-  EXPECT_EQ(XeGetCineAuxData(o.cine, 1, 1002, 8, &t), 0);  // computed, internal clock
-  EXPECT_EQ(t.seconds, 1700000000u);
-  EXPECT_EQ(t.fractions & 3u, 3u);
+  const Time64 t = TimeOf(o.cine, 1);  // computed, internal clock
+  EXPECT_EQ(Fields(t.seconds, t.fractions & 3u), Fields(1700000000u, 3u));
   uint32_t v;
   EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1004, 4, &v), XE_ERR_AUX_TAG_ABSENT);
 }
@@ -129,11 +129,8 @@ TEST(AuxData, RangeDataByImage) {
   b.setup().SetU32(setup::kRangeSize, 4);
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
+  EXPECT_EQ(Fields(Aux<uint32_t>(o.cine, -2, 1004), Aux<uint32_t>(o.cine, 1, 1004)), Fields(10u, 13u));
   uint32_t v = 0;
-  EXPECT_EQ(XeGetCineAuxData(o.cine, -2, 1004, 4, &v), 0);
-  EXPECT_EQ(v, 10u);
-  EXPECT_EQ(XeGetCineAuxData(o.cine, 1, 1004, 4, &v), 0);
-  EXPECT_EQ(v, 13u);
   EXPECT_EQ(XeGetCineAuxData(o.cine, 2, 1004, 4, &v), XE_ERR_AUX_OUT_OF_RANGE);  // one past the end
   EXPECT_EQ(XeGetCineAuxData(o.cine, -3, 1004, 4, &v), XE_ERR_AUX_OUT_OF_RANGE);
   // Entries are not copied beyond the block.
@@ -150,23 +147,15 @@ TEST(AuxData, TimesAndExposures) {
   b.setup().SetU32(setup::kFrameRate, 10).SetU32(setup::kShutterNs, 2000000);
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
-  Time64 t{};
-  EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1002, 8, &t), 0);
-  EXPECT_EQ(t.seconds, 101u);
-  EXPECT_EQ(t.fractions, 7u);
+  Time64 t = TimeOf(o.cine, 0);
+  EXPECT_EQ(Fields(t.seconds, t.fractions), Fields(101u, 7u));
   EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1002, 7, &t), XE_ERR_AUX_TOO_SMALL);
   // Outside the block the time is computed from the trigger time and rate.
-  EXPECT_EQ(XeGetCineAuxData(o.cine, 5, 1002, 8, &t), 0);
-  EXPECT_EQ(t.seconds, 1700000000u);
-  EXPECT_EQ(t.fractions & ~3u, 0x80000000u);
-  uint32_t us = 0;
-  EXPECT_EQ(XeGetCineAuxData(o.cine, -1, 1003, 4, &us), 0);
-  EXPECT_EQ(us, 1000u);
-  EXPECT_EQ(XeGetCineAuxData(o.cine, 1, 1003, 4, &us), 0);
-  EXPECT_EQ(us, 10000u);
-  EXPECT_EQ(XeGetCineAuxData(o.cine, 9, 1003, 4, &us), 0);  // the nominal shutter
-  EXPECT_EQ(us, 2000u);
-  EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1003, 3, &us), XE_ERR_AUX_TOO_SMALL);
+  EXPECT_EQ(SecondsAndFraction(TimeOf(o.cine, 5)), Fields(1700000000u, 0x80000000u));
+  // Exposures in microseconds; image 9 has the nominal shutter.
+  auto us = [&](int32_t n) { return Aux<uint32_t>(o.cine, n, 1003); };
+  EXPECT_EQ(Fields(us(-1), us(1), us(9)), Fields(1000u, 10000u, 2000u));
+  EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1003, 3, &t), XE_ERR_AUX_TOO_SMALL);
 }
 
 TEST(AuxData, TimecodeFromTheBlockOrComputed) {
@@ -175,11 +164,8 @@ TEST(AuxData, TimecodeFromTheBlockOrComputed) {
                                     .U8(0x02).U8(0).U8(0).U8(0x12).U32(0));
   Opened stored(b.Build());
   ASSERT_EQ(stored.status, 0);
-  TCU u{};
-  EXPECT_EQ(XeGetCineAuxData(stored.cine, 0, 1008, sizeof u, &u), 0);
-  EXPECT_EQ(u.hours, 12u);
-  EXPECT_EQ(u.frames, 1u);
-  EXPECT_EQ(u.TCUserBits, 0xCAFEu);
+  TCU u = Aux<TCU>(stored.cine, 0, 1008);
+  EXPECT_EQ(Fields(u.hours, u.frames, u.TCUserBits), Fields(12u, 1u, 0xCAFEu));
   EXPECT_EQ(XeGetCineAuxData(stored.cine, 0, 1008, 43, &u), XE_ERR_AUX_TOO_SMALL);
 
   CineBuilder c;
@@ -187,15 +173,13 @@ TEST(AuxData, TimecodeFromTheBlockOrComputed) {
   c.setup().SetF32(setup::kTCRate, 25.0f).SetU8(setup::kTimeCode + 3, 0x10);  // 10:00:00:00
   Opened computed(c.Build());
   ASSERT_EQ(computed.status, 0);
+  auto hmsf = [&](int32_t n) {
+    const TC tc = Aux<TC>(computed.cine, n, 1007);
+    return Fields<int, int, int, int>(tc.hours, tc.minutes, tc.seconds, tc.frames);
+  };
+  EXPECT_EQ(hmsf(-1), Fields(0x09, 0x59, 0x59, 0x24));
+  EXPECT_EQ(hmsf(50), Fields(0x10, 0x00, 0x02, 0x00));
   TC tc{};
-  EXPECT_EQ(XeGetCineAuxData(computed.cine, -1, 1007, 8, &tc), 0);
-  EXPECT_EQ(tc.hours, 0x09);
-  EXPECT_EQ(tc.minutes, 0x59);
-  EXPECT_EQ(tc.seconds, 0x59);
-  EXPECT_EQ(tc.frames, 0x24);
-  EXPECT_EQ(XeGetCineAuxData(computed.cine, 50, 1007, 8, &tc), 0);
-  EXPECT_EQ(tc.seconds, 0x02);
-  EXPECT_EQ(tc.frames, 0x00);
   EXPECT_EQ(XeGetCineAuxData(computed.cine, 0, 1007, 4, &tc), XE_ERR_AUX_TOO_SMALL);
 }
 
