@@ -133,11 +133,8 @@ TEST_F(Run, NoStepOrOnlyTheFormatStepLeavesTheImage) {
     ASSERT_EQ(ProcessCine(c, nullptr, px.data(), &h), 0);
     EXPECT_TRUE(std::equal(raw.begin(), raw.end(), px.begin()));
     EXPECT_EQ(px[raw.size()], 0xEE);
-    EXPECT_EQ(h.biSize, 48u);
-    EXPECT_EQ(h.biBitCount, 16);
-    EXPECT_EQ(h.biWidth, kW);
-    EXPECT_EQ(h.BlackLevel, 7);
-    EXPECT_EQ(h.WhiteLevel, 99);
+    EXPECT_EQ(cinetest::Fields(h.biSize, +h.biBitCount, h.biWidth, h.BlackLevel, h.WhiteLevel),
+              cinetest::Fields(48u, 16, kW, 7, 99));
   }
 }
 
@@ -150,8 +147,7 @@ TEST_F(Run, ARefusedStepWarnsAndTheChainGoesOn) {
   c->ParamsChanged = 1;
   Out o = Process(0, 2);
   EXPECT_EQ(o.status, XE_WARN_CROP_REFUSED);
-  EXPECT_EQ(o.h.biWidth, kW);
-  EXPECT_EQ(o.h.biBitCount, 48);
+  EXPECT_EQ(cinetest::Fields(o.h.biWidth, +o.h.biBitCount), cinetest::Fields(kW, 48));
 }
 
 // The bounds: the largest image along the chain, and the colour form of it.
@@ -238,14 +234,10 @@ TEST_F(Run, TheChainAppliedToTheCineHeaders) {
   ProcessedHeaderOf(c, &processed);
   ASSERT_EQ(ApplyChainToCine(c), 0);
   // The header now describes the processed image, whose levels are full.
-  EXPECT_EQ(c->H.Bmih.biBitCount, 48);
-  EXPECT_EQ(c->H.Bmih.biSizeImage, processed.biSizeImage);
-  EXPECT_EQ(s.BlackLevel, 0);
-  EXPECT_EQ(s.WhiteLevel, 4095);
+  EXPECT_EQ(cinetest::Fields(+c->H.Bmih.biBitCount, c->H.Bmih.biSizeImage, s.BlackLevel, s.WhiteLevel),
+            cinetest::Fields(48, processed.biSizeImage, 0, 4095));
   // The adjustments already applied are neutral for a later reader.
-  EXPECT_EQ(s.WBView.R, 1.0f);
-  EXPECT_EQ(s.WBView.B, 1.0f);
-  EXPECT_EQ(s.fGain, 1.0f);
+  EXPECT_EQ(cinetest::Fields(s.WBView.R, s.WBView.B, s.fGain), cinetest::Fields(1.0f, 1.0f, 1.0f));
 }
 
 TEST_F(Run, AdjustmentsOfAnImageTheCallerHolds) {
@@ -344,11 +336,8 @@ TEST(Picture, RawColourFileInTheViewUseCase) {
   ASSERT_EQ(XeGetCineImage(o.cine, &r, px.data(), bound, &h), 0);
 
   // The header is the one the chain announces, both ways.
-  EXPECT_EQ(h.biBitCount, 48);
-  EXPECT_EQ(h.biWidth, kPW);
-  EXPECT_EQ(h.biHeight, kPH);
-  EXPECT_EQ(h.BlackLevel, 0);
-  EXPECT_EQ(h.WhiteLevel, 4095);
+  EXPECT_EQ(cinetest::Fields(+h.biBitCount, h.biWidth, h.biHeight, h.BlackLevel, h.WhiteLevel),
+            cinetest::Fields(48, kPW, kPH, 0, 4095));
   ImageHeader announced{};
   ASSERT_EQ(XeGetCineInfo(o.cine, CIS_ProcessedHeader, &announced), 0);
   EXPECT_EQ(std::memcmp(&announced, &h, sizeof h), 0);

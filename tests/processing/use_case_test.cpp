@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <set>
 
+#include "cinefile/cine_test_support.h"
 #include "frame/cine.h"
 #include "processing/chain_steps.h"
 #include "processing/use_case.h"
@@ -186,10 +187,10 @@ TEST_F(Chain, ParametersOfActiveSteps) {
   c->CineNr = 101;
   Enter(1, 4);
   EXPECT_TRUE(StepActive(c, kStepUnpack));
-  EXPECT_EQ(c->Processing.unpackedBitDepth, 14u);
-  EXPECT_EQ(c->Processing.BufferState, 2u);
-  EXPECT_EQ(c->Processing.align.srcBitsPerSample, 14);
-  EXPECT_EQ(c->Processing.align.destBitsPerSample, 14u);
+  const ProcessingParams &q = c->Processing;
+  EXPECT_EQ(cinetest::Fields(q.unpackedBitDepth, q.BufferState, q.align.srcBitsPerSample,
+                             q.align.destBitsPerSample),
+            cinetest::Fields(14u, 2u, 14, 14u));
 }
 
 // A planned resample becomes a downsample unless the target is strictly
@@ -223,9 +224,8 @@ TEST_F(Chain, ResampleChoosesDownOrUp) {
     EXPECT_FALSE(StepActive(c, kStepResample));
     const ScaleParams &out =
         r.step == kStepUpsample ? c->Processing.upsample : c->Processing.downsample;
-    EXPECT_EQ(out.widthOut, r.outW);
-    EXPECT_EQ(out.heightOut, r.outH);
-    EXPECT_EQ(out.kernelSize, 5u);
+    EXPECT_EQ(cinetest::Fields(out.widthOut, out.heightOut, out.kernelSize),
+              cinetest::Fields(r.outW, r.outH, 5u));
   }
 }
 
@@ -273,12 +273,8 @@ TEST_F(Chain, HeaderWalk) {
     if (r.useCase != 1) Enter(r.useCase);
     ImageHeader h;
     ProcessedHeaderOf(c, &h);
-    EXPECT_EQ(h.biSize, 48u);
-    EXPECT_EQ(h.biWidth, r.w);
-    EXPECT_EQ(h.biHeight, r.h);
-    EXPECT_EQ(h.biBitCount, r.bits);
-    BitmapInfoHeader b;
-    std::memcpy(&b, &h, sizeof b);
+    EXPECT_EQ(cinetest::Fields(h.biSize, h.biWidth, h.biHeight, h.biBitCount),
+              cinetest::Fields(48u, r.w, r.h, r.bits));
     EXPECT_EQ(h.biSizeImage, static_cast<uint32_t>(r.w) * r.h * (r.bits / 8));
     if (r.bits == 8 || r.bits == 24) {
       EXPECT_EQ(h.biClrImportant, 0u);

@@ -18,6 +18,7 @@
 #include "xefile/xefile.h"
 
 using namespace xe;
+using cinetest::Fields;
 using fixture::Bytes;
 using fixture::GetU16;
 using fixture::GetU32;
@@ -79,18 +80,14 @@ Bytes Write(const Bitmap &b, int16_t type) {
 // The head every single file shares; `extra` is 6 with three depths.
 void ExpectHead(const Bytes &f, uint32_t extra, uint32_t dataBytes) {
   ASSERT_GE(f.size(), 284u + extra);
-  EXPECT_EQ(GetU32(f, 0), 0x002A4949u);
-  EXPECT_EQ(GetU32(f, 4), 8u);
-  EXPECT_EQ(GetU16(f, 8), 16u);
+  EXPECT_EQ(Fields(GetU32(f, 0), GetU32(f, 4), +GetU16(f, 8)), Fields(0x002A4949u, 8u, 16));
   const uint16_t tags[16] = {254, 256, 257, 258, 259, 262, 273, 277,
                              278, 279, 282, 283, 284, 296, 305, 306};
   for (uint32_t k = 0; k < 16; ++k) EXPECT_EQ(TagAt(f, 8, k).tag, tags[k]);
   EXPECT_EQ(GetU32(f, 202), 0u);
   const uint32_t x = 206 + extra;
   EXPECT_EQ(ValueOf(f, 8, 282), x);
-  EXPECT_EQ(GetU32(f, x), 62500u * 254);
-  EXPECT_EQ(GetU32(f, x + 4), 10000u);
-  EXPECT_EQ(GetU32(f, x + 8), 40000u * 254);
+  EXPECT_EQ(Fields(GetU32(f, x), GetU32(f, x + 4), GetU32(f, x + 8)), Fields(62500u * 254, 10000u, 40000u * 254));
   EXPECT_EQ(std::string(reinterpret_cast<const char *>(&f[x + 16])),
             "Velorin software and camera from Orlimar");
   EXPECT_EQ(TagAt(f, 8, 14).count, 42u);
@@ -105,13 +102,9 @@ TEST(TiffSingle, TwelveBitsCutTheWidthToFourButNotTheByteCount) {
   b.Put16(1, 1, 0x1234);
   Bytes f = Write(b, -9);
   ExpectHead(f, 0, 1000 * 2 * 3 / 2);
-  EXPECT_EQ(ValueOf(f, 8, 256), 1000u);
-  EXPECT_EQ(ValueOf(f, 8, 279), 12u * 1001 * 2 / 8);
-  EXPECT_EQ(ValueOf(f, 8, 258), 12u);
-  EXPECT_EQ(TagAt(f, 8, 3).count, 1u);
-  EXPECT_EQ(f[284], 0xAB);
-  EXPECT_EQ(f[285], 0xC1);
-  EXPECT_EQ(f[286], 0x23);
+  EXPECT_EQ(Fields(ValueOf(f, 8, 256), ValueOf(f, 8, 279), ValueOf(f, 8, 258), TagAt(f, 8, 3).count),
+            Fields(1000u, 12u * 1001 * 2 / 8, 12u, 1u));
+  EXPECT_EQ(Bytes(f.begin() + 284, f.begin() + 287), (Bytes{0xAB, 0xC1, 0x23}));
 }
 
 TEST(TiffSingle, SixteenBitSamplesScaleToFullScaleAndLoseTheirPadding) {
@@ -154,14 +147,10 @@ TEST(TiffSingle, ColourIsWrittenRedFirstWithThreeDepths) {
   b.px[0] = 1, b.px[1] = 2, b.px[2] = 3;
   Bytes f = Write(b, -8);
   ExpectHead(f, 6, 3);
-  EXPECT_EQ(TagAt(f, 8, 3).count, 3u);
-  EXPECT_EQ(ValueOf(f, 8, 258), 206u);
-  EXPECT_EQ(GetU16(f, 206), 8u);
-  EXPECT_EQ(GetU16(f, 210), 8u);
-  EXPECT_EQ(ValueOf(f, 8, 262), 2u);
-  EXPECT_EQ(ValueOf(f, 8, 277), 3u);
-  EXPECT_EQ(f[290], 3);
-  EXPECT_EQ(f[292], 1);
+  // Three depths at 206, RGB photometric, three samples, red first.
+  EXPECT_EQ(Fields(TagAt(f, 8, 3).count, ValueOf(f, 8, 258), GetU16(f, 206), GetU16(f, 210)),
+            Fields(3u, 206u, uint16_t{8}, uint16_t{8}));
+  EXPECT_EQ(Fields(ValueOf(f, 8, 262), ValueOf(f, 8, 277), +f[290], +f[292]), Fields(2u, 3u, 3, 1));
 
   Bitmap w(1, 1, 48, 0x10000);
   w.Put16(0, 0, 0x1111), w.Put16(0, 2, 0x3333);
@@ -185,22 +174,8 @@ TEST(TiffReader, ReadsTheWritersFilesBack) {
   std::vector<uint8_t> px;
   bool little = false;
   ASSERT_EQ(ReadTiffFile(twelve.c_str(), &little, &h, &px), 0);
-  EXPECT_TRUE(little);
-  EXPECT_EQ(+h.biBitCount, 12);
-  EXPECT_EQ(h.biXPelsPerMeter, 62500);
-  EXPECT_EQ(h.biYPelsPerMeter, 40000);
-  EXPECT_EQ(h.biClrImportant, 0x10000u);
-
-  // Unpacked, the second sample of a pair keeps its lowest four bits low.
-  ASSERT_EQ(ReadTiffToDib(twelve.c_str(), &h, &px), 0);
-  EXPECT_EQ(+h.biBitCount, 16);
-  ASSERT_EQ(px.size(), 16u);
-  uint16_t s[8];
-  std::memcpy(s, px.data(), 16);
-  EXPECT_EQ(s[0], 0xABC0);
-  EXPECT_EQ(s[1], 0x1203);
-  EXPECT_EQ(s[3], 0u);
-  EXPECT_EQ(s[7], 0xFF0F);
+  EXPECT_EQ(Fields(little, +h.biBitCount, h.biXPelsPerMeter, h.biYPelsPerMeter, h.biClrImportant),
+            Fields(true, 12, 62500, 40000, 0x10000u));
   // Sixteen bits come back as they were, but for the last three bytes of
   // the buffer read, which the reader clears: the end of the bottom row.
   ASSERT_EQ(ReadTiffToDib(sixteen.c_str(), &h, &px), 0);
@@ -242,11 +217,8 @@ TEST(TiffReader, BigEndianStripsComeBackInHostOrder) {
   std::vector<uint8_t> px;
   bool little = true;
   ASSERT_EQ(ReadTiffFile(file.c_str(), &little, &h, &px), 0);
-  EXPECT_FALSE(little);
-  EXPECT_EQ(h.biWidth, 2);
-  EXPECT_EQ(h.biHeight, 3);
-  EXPECT_EQ(+h.biBitCount, 16);
-  EXPECT_EQ(h.biXPelsPerMeter, 62);
+  EXPECT_EQ(Fields(little, h.biWidth, h.biHeight, +h.biBitCount, h.biXPelsPerMeter),
+            Fields(false, 2, 3, 16, 62));
   ASSERT_EQ(px.size(), 12u);
   for (uint16_t i = 0; i < 6; ++i) {
     uint16_t v;
