@@ -143,12 +143,12 @@ bool HasNameToken(const std::string &name) {
 }
 
 // One file per image, named by the pattern of the library's save names.
-void ToFiles(const OpenCine &c, ImageFetch &fetch, const ImageSpan &span, const std::string &out) {
+void ToFiles(const OpenCine &c, ImageFetch &fetch, const ImageSpan &span, const std::string &out, bool raw) {
   std::string firstName, lastName, what;
   if (span.count() == 1 && !HasNameToken(out)) {
     firstName = lastName = out;
     const uint8_t *pixels = fetch.Get(span.first);
-    what = WriteImageFile(out, fetch.header(), pixels, fetch.topDown());
+    what = WriteImageFile(out, fetch.header(), pixels, fetch.topDown(), raw);
   } else {
     const std::string pattern =
         NumberedPattern(std::filesystem::absolute(out).lexically_normal().string(), span.count());
@@ -162,7 +162,7 @@ void ToFiles(const OpenCine &c, ImageFetch &fetch, const ImageSpan &span, const 
       const int32_t image = static_cast<int32_t>(n);
       const uint8_t *pixels = fetch.Get(image);
       const std::string path = ExpandedFileName(c.get(), image);
-      what = WriteImageFile(path, fetch.header(), pixels, fetch.topDown());
+      what = WriteImageFile(path, fetch.header(), pixels, fetch.topDown(), raw);
       (n == span.first ? firstName : lastName) = path;
     }
     if (span.count() == 1) lastName = firstName;
@@ -197,7 +197,7 @@ void RunExtract(const ExtractOptions &o) {
   if (toStdout)
     ToStandardOutput(c, fetch, span);
   else
-    ToFiles(c, fetch, span, o.out);
+    ToFiles(c, fetch, span, o.out, o.raw);
 }
 
 }  // namespace
@@ -212,7 +212,9 @@ void AddExtractCommand(CLI::App &app) {
       "name tokens of convert (quote them: 'img_!6.ppm'), else a number is added. With\n"
       "-o -, the images go to standard output as raw video frames (top row first, 8 or 16\n"
       "bits little-endian, gray or RGB) and standard error tells the ffmpeg arguments\n"
-      "that read them.");
+      "that read them. --raw files hold the samples as stored, not scaled: PGM/PPM with\n"
+      "maxval 2^bits - 1 (4095 for 12 bits), TIFF with 8 or 16-bit samples and\n"
+      "SMaxSampleValue 2^bits - 1.");
   sub->add_option("FILE", o->file, "the cine file")->required();
   CLI::Option *image = sub->add_option("--image,-i", o->image, "the image number (0 is the trigger image)");
   sub->add_option("--range,-r", o->range, "images FIRST:LAST (FIRST: and :LAST work too)")->excludes(image);

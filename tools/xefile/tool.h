@@ -143,10 +143,13 @@ std::string ExpandedFileName(CineHandle cine, int32_t image);
 bool IsImageFileName(const std::string &path);
 // Writes one delivered image (8, 16, 24 or 48 bits, rows bottom-up unless
 // `topDown`) to a PGM/PPM or a baseline TIFF by the file's extension.
-// Samples of more than 8 bits are scaled to 16 bits. Returns a description
-// ("320 x 240, colour, 16 bits per sample"); throws Failure on errors.
+// Samples of more than 8 bits are scaled to 16 bits; with `stored` (raw
+// images) they are written as they are, in 8 or 16 bits, with the largest
+// value 2^RealBPP - 1 (PNM maxval, TIFF SMaxSampleValue). Returns a
+// description ("320 x 240, colour, 16 bits per sample"); throws Failure on
+// errors.
 std::string WriteImageFile(const std::string &path, const ImageHeader &h, const uint8_t *pixels,
-                           bool topDown);
+                           bool topDown, bool stored = false);
 
 // One delivered image as a frame of raw video: top row first, red first,
 // 8-bit samples, or 16-bit little-endian ones scaled as WriteImageFile scales
