@@ -69,8 +69,9 @@ void ApplyCrop(CineHandle cine, const std::string &crop) {
   SetCineValue(cine, CIS_EnableCrop, 1);
   XeGetCineInfo(cine, CIS_CropRect, &r);
   if (r.right - r.left + 1 != w || r.bottom - r.top + 1 != h || r.left != x || r.top != y)
-    std::fprintf(stderr, "xefile: note: the crop is %dx%d+%d+%d (widths are multiples of 16, heights of 8)\n",
-                 r.right - r.left + 1, r.bottom - r.top + 1, r.left, r.top);
+    Note("the crop is " + std::to_string(r.right - r.left + 1) + "x" + std::to_string(r.bottom - r.top + 1) +
+         "+" + std::to_string(r.left) + "+" + std::to_string(r.top) +
+         " (widths are multiples of 16, heights of 8)");
 }
 
 void ApplyResample(CineHandle cine, const std::string &resample) {
@@ -80,7 +81,8 @@ void ApplyResample(CineHandle cine, const std::string &resample) {
   const uint32_t gh = SetCineValue(cine, CIS_ResampleHeight, static_cast<uint32_t>(h));
   SetCineValue(cine, CIS_EnableResample, 1);
   if (gw != w || gh != h)
-    std::fprintf(stderr, "xefile: note: the images are resampled to %ux%u (multiples of 16 and 8)\n", gw, gh);
+    Note("the images are resampled to " + std::to_string(gw) + "x" + std::to_string(gh) +
+         " (multiples of 16 and 8)");
 }
 
 }  // namespace

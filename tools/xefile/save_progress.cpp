@@ -7,6 +7,8 @@
 #include <csignal>
 #include <cstdio>
 
+#include "tool.h"
+
 namespace xetool {
 namespace {
 
@@ -67,7 +69,7 @@ SaveProgress::SaveProgress(uint32_t totalImages) {
   g_interrupted = 0;
   g_done = 0;
   g_total = totalImages;
-  g_tty = isatty(STDERR_FILENO) != 0;
+  g_tty = isatty(STDERR_FILENO) != 0 && !Quiet();
   g_drawn = false;
   g_start = g_lastDraw = Clock::now();
   struct sigaction sa {};
