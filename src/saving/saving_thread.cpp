@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <thread>
@@ -24,7 +25,11 @@ namespace {
 constexpr uint32_t MSG_SAVE_BUFFER = 14555;
 constexpr uint32_t MSG_FINISH_JOB = 14556;
 constexpr auto kWriterFreeTimeout = std::chrono::milliseconds(60000);
-constexpr auto kEndTimeout = std::chrono::milliseconds(10000);
+std::atomic<int64_t> g_endTimeoutMs{10000};
+
+struct FreeDeleter {
+  void operator()(uint8_t *p) const { std::free(p); }
+};
 
 // One group for the thread, or the end of the job.
 struct SaveMessage {
@@ -66,6 +71,7 @@ class BinarySemaphore {
 
 struct ThreadySave {
   uint8_t *Buffer[2] = {nullptr, nullptr};
+  std::unique_ptr<uint8_t, FreeDeleter> Second;  // Buffer[1], made here
   uint32_t MainThreadId = 0;
   std::atomic<uint32_t> SavingThreadId{0};
   uint32_t Iteration = 0;
@@ -88,6 +94,14 @@ struct ThreadySave {
       Queue.push_back(m);
     }
     QueueSignal.notify_one();
+  }
+
+  // A context is only freed once its thread has ended: the thread writes
+  // through the writer's file and both buffers until it leaves its loop.
+  ~ThreadySave() {
+    if (!Thread.joinable()) return;
+    Post(SaveMessage{MSG_FINISH_JOB, nullptr, Iteration, ImageRange{}, ImageHeader{}});
+    Thread.join();
   }
 
   SaveMessage Take() {
@@ -155,7 +169,8 @@ int32_t BeginThreadySave(Cine *writer, ThreadySave **out, uint8_t **pixBuffer, u
   if (!t) return XE_ERR_NO_MEMORY;
   *out = t;
   t->Buffer[0] = *pixBuffer;
-  t->Buffer[1] = static_cast<uint8_t *>(std::malloc(groupBytes ? groupBytes : 1));
+  t->Second.reset(static_cast<uint8_t *>(std::malloc(groupBytes ? groupBytes : 1)));
+  t->Buffer[1] = t->Second.get();
   if (!t->Buffer[1]) return XE_ERR_NO_MEMORY;
   t->MainThreadId = static_cast<uint32_t>(gettid());
   try {
@@ -195,6 +210,8 @@ int32_t QueueReadBuffer(ThreadySave *t, Cine *writer, uint8_t **pixBuffer, const
 
 int32_t EndThreadySave(ThreadySave *t, uint8_t **pixBuffer, uint32_t *firstFailed) {
   if (!t) return XE_OK;
+  std::unique_ptr<ThreadySave> owned(t);
+  int32_t status = XE_OK;
   if (t->Thread.joinable()) {
     if (LogOn()) con::Debprintf("\nEndThreadySave, PostThreadMessage / MSG_FINISH_JOB returned");
     t->Post(SaveMessage{MSG_FINISH_JOB, nullptr, t->Iteration, ImageRange{}, ImageHeader{}});
@@ -202,13 +219,15 @@ int32_t EndThreadySave(ThreadySave *t, uint8_t **pixBuffer, uint32_t *firstFaile
     bool ended;
     {
       std::unique_lock<std::mutex> lock(t->QueueMutex);
-      ended = t->Ended.wait_for(lock, kEndTimeout, [&] { return t->Done; });
+      ended = t->Ended.wait_for(lock, std::chrono::milliseconds(g_endTimeoutMs.load()), [&] { return t->Done; });
     }
     if (!ended) {
+      // A thread left behind would go on writing through the writer's file
+      // and the job's buffer after the job has closed and freed them, and
+      // its context would never be freed: the time-out is reported and the
+      // thread is waited for all the same.
       if (LogOn()) con::Debprintf("\nTimeout at the termination of the saving thread");
-      // The thread still uses the context and the second buffer: they stay.
-      t->Thread.detach();
-      return XE_ERR_SEMAPHORE_TIMEOUT;
+      status = XE_ERR_SEMAPHORE_TIMEOUT;
     }
     t->Thread.join();
     double seconds =
@@ -216,10 +235,10 @@ int32_t EndThreadySave(ThreadySave *t, uint8_t **pixBuffer, uint32_t *firstFaile
     if (LogOn()) con::Debprintf("\nSaving thread terminated in %5.1f sec. from request", seconds);
   }
   if (firstFailed) *firstFailed = t->FirstFailed.load();
-  std::free(t->Buffer[1]);
   *pixBuffer = t->Buffer[0];
-  delete t;
-  return XE_OK;
+  return status;
 }
+
+void SetSavingThreadEndTimeout(int64_t milliseconds) { g_endTimeoutMs.store(milliseconds); }
 
 }  // namespace xe

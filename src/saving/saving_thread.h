@@ -30,8 +30,13 @@ int32_t QueueReadBuffer(ThreadySave *t, Cine *writer, uint8_t **pixBuffer, const
 // the job's own buffer and frees the rest. `firstFailed` (may be null) gets
 // the position in the save range of the first image of the first group whose
 // write failed, or UINT32_MAX. XE_ERR_SEMAPHORE_TIMEOUT when the thread did
-// not end within 10 s; it is then left to finish on its own.
+// not end within 10 s; it is still waited for, since it writes through the
+// writer's file and the job's buffer, which the job closes and frees next.
 int32_t EndThreadySave(ThreadySave *t, uint8_t **pixBuffer, uint32_t *firstFailed = nullptr);
+
+// The wait of EndThreadySave before it reports a time-out (10000 ms), for
+// tests of a slow disk.
+void SetSavingThreadEndTimeout(int64_t milliseconds);
 
 // True when the thread runs (the context was made and the thread started).
 bool ThreadySaveRunning(const ThreadySave *t);
