@@ -76,18 +76,6 @@ IMPROCOPTIONS Neutral() {
 const uint16_t kFormats[] = {8, 16, 24, 48};
 const int32_t kSizes[][2] = {{1, 1}, {1, 4}, {2, 2}, {3, 5}, {5, 3}, {33, 17}};
 
-TEST(ImProc, NeutralOptionsLeaveEveryFormatBitIdentical) {
-  for (uint16_t bits : kFormats)
-    for (auto [w, ht] : kSizes) {
-      Image img(w, ht, bits);
-      img.Fill(w * 100 + ht, bits == 8 || bits == 24 ? 255 : 65535);
-      const Image before = img;
-      EXPECT_EQ(img.Apply(Neutral()), XE_OK);
-      EXPECT_EQ(img.px, before.px) << bits << " bits " << w << "x" << ht;
-      EXPECT_EQ(std::memcmp(&img.h, &before.h, sizeof img.h), 0);
-    }
-}
-
 // A picture-space reference: the sample at picture column x, row y from top.
 uint32_t Pic(const Image &img, uint32_t x, uint32_t y, uint32_t c) {
   return img.Get(x, static_cast<uint32_t>(img.h.biHeight) - 1 - y, c);
