@@ -26,20 +26,13 @@ TEST(SignalValues, BinaryBitsAreLeastSignificantFirstInRowsOfWholeBytes) {
   auto bit = [&](uint32_t sample, uint32_t ch, uint32_t bytes = 4) {
     return XefBinSigVal(block.data(), bytes, sample, ch, &s);
   };
-  EXPECT_EQ(bit(0, 0), 1);
-  EXPECT_EQ(bit(0, 1), 0);
-  EXPECT_EQ(bit(0, 2), 1);
-  EXPECT_EQ(bit(0, 8), 0);
-  EXPECT_EQ(bit(0, 9), 1);
-  EXPECT_EQ(bit(1, 7), 1);
-  EXPECT_EQ(bit(1, 8), 1);
-  EXPECT_EQ(bit(1, 0), 0);
-  // Past the channels, the row or the bytes held: 0.
-  EXPECT_EQ(bit(1, 15), 0);
-  EXPECT_EQ(bit(2, 0), 0);
-  EXPECT_EQ(bit(0xFFFFFFFFu, 9), 0);
-  EXPECT_EQ(bit(1, 8, 3), 0);
-  EXPECT_EQ(bit(1, 7, 3), 1);
+  // Sample, channel, bytes held and the bit; past the channels, the row or
+  // the bytes held: 0.
+  const uint32_t cases[][4] = {{0, 0, 4, 1}, {0, 1, 4, 0}, {0, 2, 4, 1}, {0, 8, 4, 0}, {0, 9, 4, 1},
+                               {1, 7, 4, 1}, {1, 8, 4, 1}, {1, 0, 4, 0}, {1, 15, 4, 0}, {2, 0, 4, 0},
+                               {0xFFFFFFFFu, 9, 4, 0}, {1, 8, 3, 0}, {1, 7, 3, 1}};
+  for (auto [sample, ch, bytes, expected] : cases)
+    EXPECT_EQ(bit(sample, ch, bytes), static_cast<int32_t>(expected)) << sample << " " << ch << " " << bytes;
   ::Setup none = Channels(0, 0);
   EXPECT_EQ(XefBinSigVal(block.data(), 4, 0, 0, &none), 0);
 }
@@ -48,15 +41,13 @@ TEST(SignalValues, AnalogValuesAreSignedLittleEndianChannelByChannel) {
   ::Setup s = Channels(0, 3);
   const std::vector<uint8_t> block = {0x01, 0x00, 0xFF, 0x7F, 0x00, 0x80,   // sample 0
                                       0x34, 0x12, 0x02, 0x00, 0xFE, 0xFF};  // sample 1
-  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 0, 0), 1);
-  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 0, 1), 32767);
-  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 0, 2), -32768);
-  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 1, 0), 0x1234);
-  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 1, 2), -2);
-  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 1, 3), 0);
-  EXPECT_EQ(XefAnaSigVal(block.data(), 12, &s, 2, 0), 0);
-  EXPECT_EQ(XefAnaSigVal(block.data(), 11, &s, 1, 2), 0);  // half a value held
-  EXPECT_EQ(XefAnaSigVal(block.data(), 0xFFFFFFFFu, &s, 0x7FFFFFFFu, 2), 0);
+  // Bytes held, sample, channel and the value; 11 bytes hold half of the last.
+  const int64_t cases[][4] = {{12, 0, 0, 1},      {12, 0, 1, 32767}, {12, 0, 2, -32768},
+                              {12, 1, 0, 0x1234}, {12, 1, 2, -2},    {12, 1, 3, 0},
+                              {12, 2, 0, 0},      {11, 1, 2, 0},     {0xFFFFFFFF, 0x7FFFFFFF, 2, 0}};
+  for (auto [bytes, sample, ch, expected] : cases)
+    EXPECT_EQ(XefAnaSigVal(block.data(), uint32_t(bytes), &s, uint32_t(sample), uint32_t(ch)), expected)
+        << bytes << " " << sample << " " << ch;
 }
 
 TEST(SignalValues, RealValuesFollowRangeCodeAndGain) {
