@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <stdexcept>
 
 #include "tool.h"
 
@@ -51,16 +52,21 @@ void OpenCine::RequireImage(int64_t image) const {
 
 namespace {
 
-// An image number of a range text; false when it is not one.
-bool ParseImageNumber(const std::string &text, int64_t *out) {
-  if (text.empty() || text.size() > 12) return false;
-  size_t used = 0;
+// An image number of a range text; false when it is not a number. A
+// number beyond the 32-bit image numbers is a usage failure that says so.
+bool ParseImageNumber(const std::string &text, const std::string &range, int64_t *out) {
+  const size_t digits = text.find_first_not_of("+-") == 1 ? 1 : 0;
+  if (text.size() <= digits || text.find_first_not_of("0123456789", digits) != std::string::npos) return false;
   try {
-    *out = std::stoll(text, &used);
-  } catch (const std::exception &) {
-    return false;
+    *out = std::stoll(text);
+  } catch (const std::out_of_range &) {
+    *out = INT64_MAX;
   }
-  return used == text.size() && *out >= INT32_MIN && *out <= INT32_MAX;
+  if (*out < INT32_MIN || *out > INT32_MAX)
+    FailWith("--range " + range + ": " + text + " is out of range (image numbers are " +
+                 std::to_string(INT32_MIN) + " to " + std::to_string(INT32_MAX) + ")",
+             kExitUsage);
+  return true;
 }
 
 }  // namespace
@@ -70,9 +76,12 @@ ImageSpan ParseRange(const std::string &text, const OpenCine &c) {
   const size_t colon = text.find(':');
   const std::string a = colon == std::string::npos ? text : text.substr(0, colon);
   const std::string b = colon == std::string::npos ? "" : text.substr(colon + 1);
-  if (colon == std::string::npos || (!a.empty() && !ParseImageNumber(a, &first)) ||
-      (!b.empty() && !ParseImageNumber(b, &last)) || first > last)
-    FailWith("--range " + text + ": give FIRST:LAST with FIRST <= LAST (FIRST: or :LAST for the stored ends)",
+  if (colon == std::string::npos || (!a.empty() && !ParseImageNumber(a, text, &first)) ||
+      (!b.empty() && !ParseImageNumber(b, text, &last)))
+    FailWith("--range " + text + ": give FIRST:LAST (FIRST: or :LAST for the stored ends)", kExitUsage);
+  if (first > last)
+    FailWith("--range " + text + ": the first image " + std::to_string(first) + " comes after the last " +
+                 std::to_string(last),
              kExitUsage);
   if (!c.count() || last < c.first() || first > c.last())
     Fail("range " + text + " does not meet the stored images of " + c.path() + " (" +

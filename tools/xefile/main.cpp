@@ -8,6 +8,7 @@
 #include <exception>
 #include <new>
 
+#include "file_types.h"
 #include "tool.h"
 
 #ifndef XEFILE_TOOL_VERSION
@@ -53,6 +54,7 @@ int main(int argc, char **argv) {
   xetool::AddTimesCommand(app);
   xetool::AddExtractCommand(app);
   xetool::AddConvertCommand(app);
+  xetool::AddFormatsCommand(app);
   xetool::AddSearchCommand(app);
   xetool::AddDemoCommand(app);
   if (const char *word = SubcommandWord(argc, argv)) {

@@ -1,0 +1,234 @@
+// xefile convert: options that would do nothing are refused, outputs that
+// cannot be written are refused before the save, and a save that fails or
+// is stopped says why and what it left.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <memory>
+#include <thread>
+
+#include "cli_support.h"
+
+namespace {
+
+using namespace clitest;
+
+// A small file system of `size` for the life of the object; mounted() is
+// false where the test may not mount one (not root, or in a container).
+class SmallTmpfs {
+ public:
+  SmallTmpfs(const std::string &dir, const char *options, unsigned long flags = 0) : dir_(dir) {
+    fs::create_directories(dir);
+    mounted_ = mount("tmpfs", dir.c_str(), "tmpfs", flags, options) == 0;
+  }
+  ~SmallTmpfs() {
+    if (mounted_) umount2(dir_.c_str(), MNT_DETACH);
+  }
+  bool mounted() const { return mounted_; }
+
+ private:
+  std::string dir_;
+  bool mounted_ = false;
+};
+
+// The pages tiffinfo reads from a file, -1 when it reports an error.
+int TiffinfoPages(const std::string &path) {
+  const std::string text = Shell("tiffinfo " + path);
+  if (text.find("Error") != std::string::npos || text.find("Failed") != std::string::npos) return -1;
+  int pages = 0;
+  for (size_t at = 0; (at = text.find("TIFF Directory at offset", at)) != std::string::npos; ++at) ++pages;
+  return pages;
+}
+
+class ConvertTest : public CliTest {
+ protected:
+  // A colour demo recording of 320 x 240: 460 KB per 16-bit TIFF image.
+  std::string Demo(int frames) {
+    const std::string path = Path("demo" + std::to_string(frames) + ".cine");
+    Outcome r = Tool({"demo", path, "--frames", std::to_string(frames), "--size", "320x240"});
+    EXPECT_EQ(r.code, 0) << r.err;
+    return path;
+  }
+};
+
+TEST_F(ConvertTest, OptionsThatWouldDoNothingAreRefusedWithTheirRange) {
+  const std::string file = Recording(Path("rec.cine"));
+  const struct {
+    std::vector<std::string> args;
+    const char *says;
+  } refused[] = {
+      {{"--bright", "1001"}, "1001 is outside -1000 to 1000"},
+      {{"--bright=-1001"}, "outside -1000 to 1000"},
+      {{"--contrast=-101"}, "outside -100 to 100"},
+      {{"--saturation", "101"}, "outside -100 to 100"},
+      {{"--hue", "361"}, "outside -360 to 360"},
+      {{"--wb=1,-0.5"}, "-0.5 is outside 0 to 100"},
+      {{"--gamma", "0"}, "0 is outside 0.01 to 100"},
+      {{"--gamma", "nan"}, "outside 0.01 to 100"},
+      {{"--stamp-time"}, "not available in this build"},
+      {{"--to", "tiff16", "--8bit"}, "--8bit: type tiff16"},
+      {{"--to", "tiff8", "--16bit"}, "--16bit: type tiff8"},
+      {{"--to", "tiff16", "--quality", "50"}, "--quality: type tiff16"},
+      {{"--to", "cine-raw", "--crop", "16x8+0+0"}, "--crop: type cine-raw"},
+      {{"--to", "cine-raw", "--gamma", "2"}, "--gamma: type cine-raw"},
+      {{"--to", "cine-raw", "--demosaic", "Best"}, "--demosaic: type cine-raw"},
+      {{"--range=-99999999999:0"}, "-99999999999 is out of range"},
+      {{"--range", "4:3"}, "the first image 4 comes after the last 3"},
+  };
+  for (const auto &k : refused) {
+    std::vector<std::string> args{"convert", file, Path("out.cine")};
+    args.insert(args.end(), k.args.begin(), k.args.end());
+    Outcome r = Tool(args);
+    ExpectOneLineFailure(r, k.says);
+    EXPECT_EQ(r.code, 2) << k.says;
+    EXPECT_FALSE(fs::exists(Path("out.cine"))) << k.says;
+  }
+  // The ends of each range are taken.
+  for (const std::vector<std::string> &extra :
+       {std::vector<std::string>{"--bright", "1000", "--contrast=-100", "--hue", "-360"},
+        std::vector<std::string>{"--gamma", "0.01", "--wb", "0,100", "--saturation", "100"}}) {
+    std::vector<std::string> args{"convert", file, Path("ok.tif"), "--to", "tiff8", "--range", "0:0"};
+    args.insert(args.end(), extra.begin(), extra.end());
+    EXPECT_EQ(Tool(args).code, 0) << extra[0];
+  }
+}
+
+TEST_F(ConvertTest, FormatsTellWhatThisBuildWritesAndTypesGoByNumber) {
+  Outcome r = Tool({"formats"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  const std::vector<std::string> lines = Lines(r.out);
+  auto line = [&lines](const std::string &name) {
+    for (const std::string &l : lines)
+      if (l.rfind("  " + name + " ", 0) == 0) return l;
+    return std::string();
+  };
+  EXPECT_NE(line("tiff16").find("-10  .tif  16, 48"), std::string::npos) << line("tiff16");
+  EXPECT_NE(line("tiff16").find("available"), std::string::npos);
+  EXPECT_NE(line("avi").find("not yet built"), std::string::npos) << line("avi");
+  EXPECT_NE(line("bmp8").find("imaging plugin"), std::string::npos) << line("bmp8");
+  EXPECT_NE(Tool({"convert", "--help"}).out.find("not yet built"), std::string::npos);
+
+  const std::string file = Recording(Path("rec.cine"));
+  r = Tool({"convert", file, Path("n.tif"), "--to", "-10", "--range", "0:0"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_NE(r.out.find("1 image (0 to 0), tiff16"), std::string::npos) << r.out;
+  ExpectOneLineFailure(Tool({"convert", file, Path("x.avi"), "--to", "3"}), "type avi is not available");
+  EXPECT_FALSE(fs::exists(Path("xavi.chd")));
+}
+
+TEST_F(ConvertTest, OutputsThatCannotBeWrittenAreRefusedBeforeTheSave) {
+  const std::string file = Recording(Path("rec.cine"));
+  const std::string before = ReadText(file);
+  fs::create_directory(Path("folder.cine"));
+  std::ofstream(Path("old.cine")) << "keep";
+  const struct {
+    std::vector<std::string> args;
+    const char *says;
+  } refused[] = {
+      {{Path("folder.cine")}, "the output is a directory"},
+      {{file}, "the output is the input file"},
+      {{Path("old.cine"), "--no-clobber"}, "exists (--no-clobber)"},
+  };
+  for (const auto &k : refused) {
+    std::vector<std::string> args{"convert", file};
+    args.insert(args.end(), k.args.begin(), k.args.end());
+    args.insert(args.end(), {"--to", "cine"});
+    ExpectOneLineFailure(Tool(args), k.says);
+  }
+  EXPECT_EQ(ReadText(file), before);
+  EXPECT_EQ(ReadText(Path("old.cine")), "keep");
+
+  // A folder this user cannot write: read-only for root, mode 555 for others.
+  const std::string ro = Path("ro");
+  std::unique_ptr<SmallTmpfs> mounted;
+  if (geteuid() == 0) {
+    mounted = std::make_unique<SmallTmpfs>(ro, "size=64k", MS_RDONLY);
+    if (!mounted->mounted()) GTEST_SKIP() << "root here cannot mount a read-only tmpfs";
+  } else {
+    fs::create_directory(ro);
+    chmod(ro.c_str(), 0555);
+  }
+  ExpectOneLineFailure(Tool({"convert", file, ro + "/a.cine"}), "cannot write in " + ro);
+  chmod(ro.c_str(), 0755);
+}
+
+TEST_F(ConvertTest, FullDiskNamesTheCauseAndWhatEachFileHolds) {
+  const std::string file = Demo(24);
+  const std::string disk = Path("disk");
+  SmallTmpfs tmpfs(disk, "size=2m");
+  if (!tmpfs.mounted()) GTEST_SKIP() << "a 2 MB tmpfs cannot be mounted here (needs root)";
+  const struct {
+    const char *type, *out;
+    std::vector<std::string> holds;  // parts of the report
+  } cases[] = {
+      {"tiff16", "s.tif", {"s_0001.tif ... ", " whole files", "incomplete, ", "s_0001tif.chd: empty"}},
+      {"tiff-multipage", "m.tif", {"m.tif: a multipage TIFF of ", "mtif.chd: empty"}},
+      {"cine", "c.cine", {"c.cine: a cine of "}},
+  };
+  for (const auto &k : cases) {
+    for (const auto &entry : fs::directory_iterator(disk)) fs::remove(entry.path());
+    Outcome r = Tool({"convert", file, disk + "/" + k.out, "--to", k.type});
+    EXPECT_EQ(r.code, 1) << k.type;
+    const std::vector<std::string> lines = Lines(r.err);
+    ASSERT_FALSE(lines.empty()) << k.type;
+    EXPECT_NE(lines.back().find("the save failed: no space left on device"), std::string::npos) << r.err;
+    EXPECT_NE(lines.back().find("-2014"), std::string::npos) << r.err;
+    for (const std::string &part : k.holds) EXPECT_NE(r.err.find(part), std::string::npos) << part << "\n" << r.err;
+    if (std::string(k.type) == "cine") {
+      // The cine left counts the images it holds.
+      Opened cine(disk + "/c.cine");
+      ASSERT_GE(cine.status, 0);
+      EXPECT_GT(cine.Get(CIS_ImageCount), 0u);
+    } else if (std::string(k.type) == "tiff-multipage" && Has("tiffinfo")) {
+      // Read to its last whole page.
+      const std::string said = "a multipage TIFF of ";
+      const size_t at = r.err.find(said);
+      ASSERT_NE(at, std::string::npos) << r.err;
+      EXPECT_EQ(TiffinfoPages(disk + "/m.tif"), std::stoi(r.err.substr(at + said.size())));
+    }
+  }
+}
+
+// A stopped multipage save keeps a next-page offset past the end of its last
+// page (the library leaves it so); the tool closes the chain and counts the
+// pages.
+TEST_F(ConvertTest, StoppedMultipageTiffReadsToItsLastPage) {
+  if (!Has("tiffinfo")) GTEST_SKIP() << "tiffinfo is not installed";
+  const std::string file = Demo(400);
+  const std::string out = Path("stopped.tif");
+  const pid_t pid = Start({"convert", file, out, "--to", "tiff-multipage"}, dir.path());
+  ASSERT_GT(pid, 0);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  std::error_code ec;
+  while (std::chrono::steady_clock::now() < deadline &&
+         (!fs::exists(out, ec) || fs::file_size(out, ec) < 4 * 320 * 240 * 3))
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  kill(pid, SIGINT);
+  Outcome r = Finish(pid, dir.path());
+  ASSERT_EQ(r.code, 130) << r.err;
+  const std::string prefix = "xefile: stopped after ";
+  ASSERT_EQ(r.err.rfind(prefix, 0), 0u) << r.err;
+  const int pages = std::stoi(r.err.substr(prefix.size()));
+  EXPECT_GE(pages, 4);
+  EXPECT_LT(pages, 400);
+  EXPECT_EQ(TiffinfoPages(out), pages);
+}
+
+TEST_F(ConvertTest, FailedSaveOfAHeaderFileSaysWhatItLeft) {
+  fixture::CineBuilder b;
+  b.Compression(0).Image(16, 8, 8).Images(0, 3).HeaderOnly();
+  const fixture::Bytes bytes = b.Build();
+  std::ofstream(Path("h.chd"), std::ios::binary)
+      .write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  Outcome r = Tool({"convert", Path("h.chd"), Path("out.cine"), "--to", "cine"});
+  EXPECT_EQ(r.code, 1);
+  const std::vector<std::string> lines = Lines(r.err);
+  ASSERT_EQ(lines.size(), 2u) << r.err;
+  EXPECT_EQ(lines[0], "xefile: left " + Path("out.cine") + ": a cine of 0 images");
+  EXPECT_NE(lines[1].find("cannot be read"), std::string::npos) << lines[1];
+}
+
+}  // namespace
