@@ -76,20 +76,6 @@ TEST_F(CliTest, InfoJsonAgreesWithTheLibrary) {
   EXPECT_NE(r.out.find("-3 to 6 (10 images)"), std::string::npos) << r.out;
 }
 
-TEST_F(CliTest, TimesCsvHasALinePerImage) {
-  const std::string file = Recording(Path("rec.cine"));
-  Outcome r = Tool({"times", file, "--csv"});
-  ASSERT_EQ(r.code, 0) << r.err;
-  const std::vector<std::string> lines = Lines(r.out);
-  ASSERT_EQ(lines.size(), kCount + 1);
-  EXPECT_EQ(lines[0], "image,time_utc,time_local,from_trigger_s,exposure_us,event,timecode");
-  EXPECT_EQ(lines[1].rfind("-3,2026-09-21T", 0), 0u) << lines[1];
-  EXPECT_NE(lines[5].find(",1,12:15:30:04"), std::string::npos) << lines[5];  // image 1: event
-  EXPECT_NE(lines[4].find(",0,12:15:30:03"), std::string::npos) << lines[4];
-  r = Tool({"times", file, "--range", "0:1"});
-  EXPECT_EQ(Lines(r.out).size(), 3u);
-}
-
 TEST_F(CliTest, ExtractWritesTheImageFormatOfTheExtension) {
   const std::string file = Recording(Path("rec.cine"));
   struct Case {

@@ -74,20 +74,24 @@ TEST_F(CliTest, InfoDescribesSeveralFilesAndChecksTheirImages) {
   EXPECT_EQ(Tool({"info", good, "--check"}).code, 0);
 }
 
-TEST_F(CliTest, TimesJsonHoldsTheCsvValues) {
+TEST_F(CliTest, TimesAsTableCsvAndJson) {
   const std::string file = Recording(Path("rec.cine"));
+  const std::vector<std::string> csv = Lines(Tool({"times", file, "--csv"}).out);
+  ASSERT_EQ(csv.size(), kCount + 1);
+  EXPECT_EQ(csv[0], "image,time_utc,time_local,from_trigger_s,exposure_us,event,timecode");
   Outcome r = Tool({"times", file, "--json", "--range", "0:2"});
   ASSERT_EQ(r.code, 0) << r.err;
   const Json j = Json::parse(r.out);
   ASSERT_EQ(j.size(), 3u);
-  const std::vector<std::string> csv = Lines(Tool({"times", file, "--csv", "--range", "0:2"}).out);
   for (size_t i = 0; i < 3; ++i) {
     EXPECT_EQ(j[i]["image"], static_cast<int>(i));
-    EXPECT_EQ(csv[i + 1].rfind(std::to_string(i) + "," + j[i]["time_utc"].get<std::string>() + ",", 0), 0u);
+    const std::string row = std::to_string(i) + "," + j[i]["time_utc"].get<std::string>() + ",";
+    EXPECT_EQ(csv[i + 4].rfind(row, 0), 0u) << csv[i + 4];
     EXPECT_EQ(j[i]["event"], i == 0 ? 0 : 1);  // the fixture's event: images 1 and 2
     EXPECT_EQ(j[i]["timecode"], "12:15:30:0" + std::to_string(i + 3));
   }
   EXPECT_NEAR(j[1]["from_trigger_s"].get<double>() - j[0]["from_trigger_s"].get<double>(), 0.001, 1e-6);
+  EXPECT_EQ(Lines(Tool({"times", file, "--range", "0:1"}).out).size(), 3u);
   EXPECT_EQ(Tool({"times", file, "--json", "--csv"}).code, 2);
 }
 
@@ -193,10 +197,12 @@ TEST_F(CliTest, ExtractWritesRangesByPatternAndRawVideo) {
 
 TEST_F(CliTest, FilesThatAreNoCinesAreNamed) {
   const std::string good = ReadText(Recording(Path("rec.cine")));
-  std::string negative = good;
+  std::string negative = good, odd = good;
   const uint32_t bmih = *reinterpret_cast<const uint32_t *>(good.data() + 24);
   const int32_t width = -16;
+  const uint16_t bits = 12;
   std::memcpy(negative.data() + bmih + 4, &width, 4);
+  std::memcpy(odd.data() + bmih + 14, &bits, 2);
   const struct {
     std::string name, bytes, message;
   } cases[] = {
@@ -205,6 +211,7 @@ TEST_F(CliTest, FilesThatAreNoCinesAreNamed) {
       {"tif.cine", std::string("II*\0\x08\0\0\0", 8), "not a cine file: a TIFF file"},
       {"short.cine", good.substr(0, 30), "too short for a cine header"},
       {"negative.cine", negative, "damaged cine header: image width -16"},
+      {"odd.cine", odd, "damaged cine header: 12 bits per pixel"},
   };
   for (const auto &k : cases) {
     std::ofstream(Path(k.name), std::ios::binary) << k.bytes;

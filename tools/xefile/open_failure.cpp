@@ -56,12 +56,16 @@ std::string HeaderFault(std::ifstream &in, uint64_t size) {
   in.read(reinterpret_cast<char *>(&b), sizeof b);
   if (b.biWidth <= 0) return "image width " + std::to_string(b.biWidth);
   if (b.biHeight == 0) return "image height 0";
+  const uint16_t bits = b.biBitCount;
+  if (bits != 8 && bits != 16 && bits != 24 && bits != 48)
+    return std::to_string(bits) + " bits per pixel (images have 8, 16, 24 or 48)";
   const uint64_t offsetBytes = h.Version == 0 ? 4 : 8;
   if (past(h.OffImageOffsets, offsetBytes * h.ImageCount))
     return "the offsets of " + Count(h.ImageCount, "image") + " do not fit in the file";
-  const uint64_t pixels = uint64_t{static_cast<uint32_t>(b.biWidth)} *
-                          static_cast<uint64_t>(std::abs(int64_t{b.biHeight}));
-  if (h.ImageCount && pixels * (b.biBitCount ? b.biBitCount : 8) / 8 > size)
+  // Compared by division: the product of the sides may not fit in 64 bits.
+  const uint64_t width = static_cast<uint32_t>(b.biWidth);
+  const uint64_t height = static_cast<uint64_t>(std::abs(int64_t{b.biHeight}));
+  if (h.ImageCount && width > size * 8 / bits / height)
     return "images of " + std::to_string(b.biWidth) + " x " + std::to_string(b.biHeight) +
            " pixels cannot lie in a file of " + Count(size, "byte");
   return {};
