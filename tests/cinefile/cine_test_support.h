@@ -1,5 +1,5 @@
-// Helpers shared by the cine reader tests: opening built bytes, and reading
-// the library's log.
+// Helpers shared by the cine tests: opening built bytes and saved files,
+// fetching images, reading files and comparing several fields at once.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -61,8 +61,6 @@ inline fixture::Bytes FileBytes(const std::string &path) {
   std::ifstream in(path, std::ios::binary);
   return fixture::Bytes(std::istreambuf_iterator<char>(in), {});
 }
-
-using LogCapture = testsupport::LogToFile;
 
 // Values taken by copy into one tuple, so that several fields (packed ones
 // too) are compared in one expectation: EXPECT_EQ(Fields(h.a, h.b), Fields(1, 2)).

@@ -3,9 +3,7 @@
 // steps, the demosaic id "None", and the integer mirrors of the tone floats.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "cinefile/cine_test_support.h"
 #include "companions/con/settings.h"
@@ -150,23 +148,8 @@ TEST(PackedChain, UnpackAndRepackWithTheirHeaders) {
 
 // The "None" demosaic: kept in the view's setting, answered by the
 // selector, taken up again by a new view, and the raw mosaic comes back.
-// Settings in a folder of the test's own, the program's again afterwards, so
-// that the stored id does not reach the other tests of the program.
-class OwnSettings {
- public:
-  OwnSettings() : home_(std::getenv("XDG_CONFIG_HOME") ? std::getenv("XDG_CONFIG_HOME") : "") {}
-  ~OwnSettings() {
-    setenv("XDG_CONFIG_HOME", home_.c_str(), 1);
-    xe::con::ReloadSettings();
-  }
-
- private:
-  std::string home_;
-  testsupport::LogToFile settings_{false};
-};
-
 TEST(DemosaicNone, StoredAnsweredAndLeavesTheMosaic) {
-  OwnSettings settings;
+  testsupport::LogToFile settings(false);  // the stored id stays in the test's own settings
   const int32_t w = 8, h = 4;
   CineBuilder b;
   b.Compression(2).Images(0, 1).Image(w, h, 16, 0, 4096);

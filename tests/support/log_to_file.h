@@ -2,8 +2,6 @@
 #pragma once
 
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "companions/con/log.h"
@@ -14,13 +12,15 @@
 namespace testsupport {
 
 // Settings of the test's own, with the log in a file there; logging on when
-// asked, and off with the messages again at the end.
+// asked. At the end logging and messages are off and the program's settings
+// folder is back, so that nothing stored reaches the other tests.
 class LogToFile {
  public:
-  explicit LogToFile(bool on = true) : log_(dir_.path() + "/xefile.log") {
+  explicit LogToFile(bool on = true) {
+    if (const char *home = std::getenv("XDG_CONFIG_HOME")) home_ = home;
     setenv("XDG_CONFIG_HOME", dir_.path().c_str(), 1);
     xe::con::ReloadSettings();
-    xe::con::XefSetRegistryVal("LogFile", log_.c_str());
+    xe::con::XefSetRegistryVal("LogFile", (dir_.path() + "/xefile.log").c_str());
     xe::con::ResetLogSink();
     xe::frame::LogFlags = on ? 1 : 0;
   }
@@ -28,17 +28,13 @@ class LogToFile {
     xe::frame::LogFlags = 0;
     xe::frame::MessagesEnabled = 0;
     xe::con::ResetLogSink();
-  }
-  std::string Text() const {
-    std::ifstream in(log_);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
+    setenv("XDG_CONFIG_HOME", home_.c_str(), 1);
+    xe::con::ReloadSettings();
   }
 
  private:
   fixture::TempDir dir_;
-  std::string log_;
+  std::string home_;
 };
 
 inline bool Contains(const std::string &text, const std::string &part) {
