@@ -108,9 +108,11 @@ void SaveOutputs::CheckBefore(const std::string &input, bool noClobber) {
     s.existed = StatOf(s.path, &st);
     if (s.existed) s.mtime = st.st_mtim;
   }
+  // File times come from the kernel's coarse clock, which may lag this
+  // clock by a tick: 50 ms of slack.
   clock_gettime(CLOCK_REALTIME, &start_);
-  // File times may lag the clock by a tick of the kernel's.
-  start_.tv_sec -= 1;
+  start_.tv_nsec -= 50000000;
+  if (start_.tv_nsec < 0) start_.tv_nsec += 1000000000, start_.tv_sec -= 1;
 }
 
 bool SaveOutputs::Written(const Single &s) const {
