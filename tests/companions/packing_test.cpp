@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstring>
 #include <random>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -48,10 +49,8 @@ void RoundTrip(int32_t w, int32_t h, const std::vector<uint16_t> &codes, uint32_
   std::vector<uint8_t> buf = Buffer(packed, w, h);
   BitmapInfoHeader b = PackedHeader(w, h);
   ASSERT_EQ(XefUnpackImage(&b, buf.data(), nullptr, mode), 0);
-  EXPECT_EQ(b.biCompression, 0u);
-  EXPECT_EQ(b.biBitCount, 16);
-  EXPECT_EQ(b.biClrImportant, mode == 1 ? 16384u : 1024u);
-  EXPECT_EQ(b.biSizeImage, buf.size());
+  EXPECT_EQ(std::tuple(b.biCompression, +b.biBitCount, b.biClrImportant, size_t{b.biSizeImage}),
+            std::tuple(0u, 16, mode == 1 ? 16384u : 1024u, buf.size()));
   const uint16_t *lut = LinearizationTable();
   for (int32_t y = 0; y < h; ++y) {
     for (int32_t x = 0; x < w; ++x) {
@@ -63,9 +62,8 @@ void RoundTrip(int32_t w, int32_t h, const std::vector<uint16_t> &codes, uint32_
     }
   }
   ASSERT_EQ(XefRepackImage(&b, buf.data(), nullptr, 10), 0);
-  EXPECT_EQ(b.biCompression, 256u);
-  EXPECT_EQ(b.biClrImportant, 1024u);
-  EXPECT_EQ(b.biSizeImage, packed.size());
+  EXPECT_EQ(std::tuple(b.biCompression, b.biClrImportant, size_t{b.biSizeImage}),
+            std::tuple(256u, 1024u, packed.size()));
   EXPECT_EQ(std::vector<uint8_t>(buf.begin(), buf.begin() + packed.size()), packed);
 }
 

@@ -20,11 +20,7 @@ class Selectors : public testing::Test {
 
 TEST_F(Selectors, UnlistedNumbersAndNullArguments) {
   uint32_t v = 0;
-  EXPECT_EQ(XeGetCineInfo(cine, 18, &v), XE_ERR_NOT_SUPPORTED);
-  EXPECT_EQ(XeGetCineInfo(cine, 42, &v), XE_ERR_NOT_SUPPORTED);
-  EXPECT_EQ(XeGetCineInfo(cine, 113, &v), XE_ERR_NOT_SUPPORTED);
-  EXPECT_EQ(XeGetCineInfo(cine, 220, &v), XE_ERR_NOT_SUPPORTED);
-  EXPECT_EQ(XeGetCineInfo(cine, 507, &v), XE_ERR_NOT_SUPPORTED);
+  for (uint32_t s : {18u, 42u, 113u, 220u, 507u}) EXPECT_EQ(XeGetCineInfo(cine, s, &v), XE_ERR_NOT_SUPPORTED) << s;
   EXPECT_EQ(XeGetCineInfo(nullptr, CIS_CFA, &v), XE_ERR_NULL_ARGUMENT);
   EXPECT_EQ(XeGetCineInfo(cine, CIS_CFA, nullptr), XE_ERR_NULL_ARGUMENT);
   EXPECT_EQ(XevGetCineInfo(nullptr, CIS_CFA), 0u);
@@ -34,10 +30,9 @@ TEST_F(Selectors, NarrowFieldsAreWidenedByTheirSign) {
   cine->SourceFileType = -9;
   cine->H.Setup.TrigFrame = 2;
   cine->H.Setup.ImWidth = 0xFFFF;
-  EXPECT_EQ(static_cast<int32_t>(XevGetCineInfo(cine, CIS_SourceFileType)), -9);
-  EXPECT_EQ(XevGetCineInfo(cine, CIS_TrigFrame), 2u);
-  EXPECT_EQ(XevGetCineInfo(cine, CIS_ImWidth), 0xFFFFu);
-  EXPECT_EQ(static_cast<int32_t>(XevGetCineInfo(cine, CIS_FirstImageNo)), -3);
+  auto get = [&](uint32_t s) { return XevGetCineInfo(cine, s); };
+  EXPECT_EQ(cinetest::Fields(get(CIS_SourceFileType), get(CIS_TrigFrame), get(CIS_ImWidth), get(CIS_FirstImageNo)),
+            cinetest::Fields(uint32_t(-9), 2u, 0xFFFFu, uint32_t(-3)));
 }
 
 TEST_F(Selectors, ProfileStepsAlternateImageAndRate) {

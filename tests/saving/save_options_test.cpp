@@ -28,10 +28,9 @@ TEST(SaveOptions, SetterStoresWithoutTypeDefaultsAndConvertsQuality) {
   CineHandle c = o.cine;
   ASSERT_EQ(XeSetCineSaveOptions(c, "/out/clip!3.dpx", static_cast<uint16_t>(-27), 3, 50), 0);
   EXPECT_STREQ(c->FileName, "/out/clip!3.dpx");
-  EXPECT_EQ(c->Saving.FileType, -27);
-  EXPECT_EQ(c->Saving.StampTime, 3u);
-  EXPECT_EQ(c->Saving.DpxFlags, 0u);  // selector 502 would have set 4
-  EXPECT_EQ(XevGetCineInfo(c, CIS_Quality), 50u);
+  // DpxFlags stays 0: selector 502 would have set 4.
+  EXPECT_EQ(cinetest::Fields(c->Saving.FileType, c->Saving.StampTime, c->Saving.DpxFlags, XevGetCineInfo(c, CIS_Quality)),
+            cinetest::Fields(int16_t{-27}, 3u, 0u, 50u));
   // Quality 0 counts as 1; above 100, and negative taken as unsigned, as 100.
   const struct {
     int32_t quality;
