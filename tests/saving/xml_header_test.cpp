@@ -5,9 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 
 #include "cinefile/cine_test_support.h"
@@ -43,10 +41,8 @@ class XmlHeaderTest : public ::testing::Test {
     if (change) change(out);
     int32_t status = xe::WriteXmlHeader(out);
     XeDestroyCine(out);
-    std::ifstream in(XmlPath());
-    std::stringstream s;
-    s << in.rdbuf();
-    text = s.str();
+    const fixture::Bytes bytes = cinetest::FileBytes(XmlPath());
+    text.assign(bytes.begin(), bytes.end());
     return status;
   }
   std::string XmlPath() const { return dir.path() + "/clip.xml"; }
