@@ -190,6 +190,12 @@ TEST_F(CliTest, ExtractWritesRangesByPatternAndRawVideo) {
   std::vector<uint16_t> frame(ppm.size());
   std::memcpy(frame.data(), r.out.data(), frame.size() * 2);
   EXPECT_EQ(frame, ppm);
+  // With --raw the frames hold the stored values, as the raw PGM does.
+  ASSERT_EQ(Tool({"extract", file, "-i", "0", "--raw", "-o", Path("raw.pgm")}).code, 0);
+  r = Tool({"extract", file, "--range", "0:0", "--raw", "-o", "-"});
+  const std::vector<uint16_t> pgm = PnmSamples(ReadText(Path("raw.pgm")));
+  ASSERT_EQ(r.out.size(), pgm.size() * 2) << r.err;
+  EXPECT_EQ(std::memcmp(r.out.data(), pgm.data(), r.out.size()), 0);
 
   EXPECT_EQ(Tool({"extract", file, "-i", "0", "--raw", "--gamma", "2", "-o", Path("x.pgm")}).code, 2);
   EXPECT_EQ(Tool({"extract", file, "-o", Path("x.pgm")}).code, 2);

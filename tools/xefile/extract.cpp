@@ -103,25 +103,29 @@ bool WriteAll(const uint8_t *data, size_t size) {
 
 // The images as raw video frames on standard output, with a line on
 // standard error that says how to read them.
-void ToStandardOutput(const OpenCine &c, ImageFetch &fetch, const ImageSpan &span) {
+void ToStandardOutput(const OpenCine &c, ImageFetch &fetch, const ImageSpan &span, bool raw) {
   if (isatty(STDOUT_FILENO))
     FailWith("-o -: standard output is a terminal; pipe it into a program or redirect it", kExitUsage);
   std::vector<uint8_t> frame;
   size_t frameSize = 0;
   for (int64_t n = span.first; n <= span.last; ++n) {
     const uint8_t *pixels = fetch.Get(static_cast<int32_t>(n));
-    VideoFrameBytes(fetch.header(), pixels, fetch.topDown(), &frame);
+    const uint32_t top = VideoFrameBytes(fetch.header(), pixels, fetch.topDown(), raw, &frame);
     if (n == span.first) {
       frameSize = frame.size();
       const ImageHeader &h = fetch.header();
       const std::string size = std::to_string(h.biWidth) + "x" + std::to_string(std::abs(h.biHeight));
       const std::string rate = RateText(c.setup().FrameRate ? c.setup().FrameRate : 25);
+      // Stored samples of a deep image do not reach full scale.
+      const std::string values = raw && top != 255 && top != 65535
+                                     ? " (stored values, 0 to " + std::to_string(top) + ")"
+                                     : "";
       if (!Quiet())
         std::fprintf(stderr,
-                     "xefile: %s of raw video, %s %s at %s images/s; read with: ffmpeg -f rawvideo "
+                     "xefile: %s of raw video, %s %s%s at %s images/s; read with: ffmpeg -f rawvideo "
                      "-pixel_format %s -video_size %s -framerate %s -i -\n",
-                     Count(span.count(), "frame").c_str(), PixelFormat(h), size.c_str(), rate.c_str(),
-                     PixelFormat(h), size.c_str(), rate.c_str());
+                     Count(span.count(), "frame").c_str(), PixelFormat(h), size.c_str(), values.c_str(),
+                     rate.c_str(), PixelFormat(h), size.c_str(), rate.c_str());
     }
     // A reader of raw video counts on frames of one size.
     if (frame.size() != frameSize)
@@ -195,7 +199,7 @@ void RunExtract(const ExtractOptions &o) {
   }
   ImageFetch fetch(c, o);
   if (toStdout)
-    ToStandardOutput(c, fetch, span);
+    ToStandardOutput(c, fetch, span, o.raw);
   else
     ToFiles(c, fetch, span, o.out, o.raw);
 }

@@ -254,10 +254,11 @@ std::string WriteImageFile(const std::string &path, const ImageHeader &h, const 
   return what;
 }
 
-void VideoFrameBytes(const ImageHeader &h, const uint8_t *pixels, bool topDown, std::vector<uint8_t> *out) {
+uint32_t VideoFrameBytes(const ImageHeader &h, const uint8_t *pixels, bool topDown, bool stored,
+                         std::vector<uint8_t> *out) {
   if (!ImageRows::Supported(h.biBitCount))
     Fail("images of " + std::to_string(h.biBitCount) + " bits cannot be written", XE_ERR_NOT_SUPPORTED);
-  const ImageRows img(h, pixels, topDown);
+  const ImageRows img(h, pixels, topDown, stored);
   const uint64_t samples = img.rowSamples();
   out->resize(samples * img.height() * img.outBytes());
   std::vector<uint16_t> row(samples);
@@ -269,6 +270,7 @@ void VideoFrameBytes(const ImageHeader &h, const uint8_t *pixels, bool topDown, 
       if (img.outBytes() == 2) *p++ = static_cast<uint8_t>(v >> 8);
     }
   }
+  return img.maxval();
 }
 
 }  // namespace xetool

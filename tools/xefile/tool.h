@@ -152,9 +152,11 @@ std::string WriteImageFile(const std::string &path, const ImageHeader &h, const 
                            bool topDown, bool stored = false);
 
 // One delivered image as a frame of raw video: top row first, red first,
-// 8-bit samples, or 16-bit little-endian ones scaled as WriteImageFile scales
-// them (gray, gray16le, rgb24 or rgb48le).
-void VideoFrameBytes(const ImageHeader &h, const uint8_t *pixels, bool topDown, std::vector<uint8_t> *out);
+// 8-bit samples, or 16-bit little-endian ones scaled or `stored` as
+// WriteImageFile writes them (gray, gray16le, rgb24 or rgb48le). Answers the
+// largest value a sample can have.
+uint32_t VideoFrameBytes(const ImageHeader &h, const uint8_t *pixels, bool topDown, bool stored,
+                         std::vector<uint8_t> *out);
 
 // ---- Subcommands --------------------------------------------------------------
 void AddInfoCommand(CLI::App &app);
