@@ -56,6 +56,13 @@ inline fixture::Bytes Images(CineHandle c, int32_t first, uint32_t count, uint32
   return px;
 }
 
+// The `size` bytes of the answer of `tag` for `image`, the call expected to succeed.
+inline fixture::Bytes Aux(CineHandle c, int32_t image, uint32_t tag, uint32_t size) {
+  fixture::Bytes v(size);
+  EXPECT_EQ(XeGetCineAuxData(c, image, tag, size, v.data()), 0) << tag << " image " << image;
+  return v;
+}
+
 // The bytes of a file as they are now.
 inline fixture::Bytes FileBytes(const std::string &path) {
   std::ifstream in(path, std::ios::binary);

@@ -40,11 +40,7 @@ Bytes PartialRecording() {
   return b.Build();
 }
 
-Bytes Aux(CineHandle c, int32_t image, uint32_t tag, uint32_t size) {
-  Bytes v(size);
-  EXPECT_EQ(XeGetCineAuxData(c, image, tag, size, v.data()), 0) << tag << " image " << image;
-  return v;
-}
+using cinetest::Aux;
 
 // Time and exposure as stored (not through the microsecond rounding of the
 // aux data), and every block of the image, compared with the source.

@@ -55,11 +55,7 @@ Bytes Recording(bool colour = true, bool timecode = false) {
 using Saved = cinetest::OpenedPath;
 using cinetest::Images;
 
-std::vector<uint8_t> Aux(CineHandle c, int32_t image, uint32_t tag, uint32_t size) {
-  std::vector<uint8_t> v(size);
-  EXPECT_EQ(XeGetCineAuxData(c, image, tag, size, v.data()), 0) << tag << " " << image;
-  return v;
-}
+using cinetest::Aux;
 
 // The stored images of a cine: first image and count.
 std::pair<int32_t, uint32_t> Stored(CineHandle c) {
@@ -211,10 +207,7 @@ TEST_F(SaveTest, TiffSavesOfARawColourCineReadBack) {
     BitmapInfoHeader h{};
     std::vector<uint8_t> px;
     ASSERT_EQ(xe::ReadTiffFile(Out(k.file).c_str(), &little, &h, &px), 0);
-    EXPECT_TRUE(little);
-    EXPECT_EQ(h.biWidth, 16);
-    EXPECT_EQ(h.biHeight, 8);
-    EXPECT_EQ(h.biBitCount, k.bits);
+    EXPECT_EQ(cinetest::Fields(little, h.biWidth, h.biHeight, h.biBitCount), cinetest::Fields(true, 16, 8, k.bits));
   }
 }
 
@@ -229,8 +222,7 @@ TEST_F(SaveTest, ResampleSetJustBeforeTheSaveShapesTheOutput) {
   ASSERT_GE(out.status, 0);
   BitmapInfoHeader b{};
   XeGetCineBMIH(out.cine, &b);
-  EXPECT_EQ(b.biWidth, 32);
-  EXPECT_EQ(b.biHeight, 16);
+  EXPECT_EQ(cinetest::Fields(b.biWidth, b.biHeight), cinetest::Fields(32, 16));
 }
 
 TEST_F(SaveTest, ClipCutsBlocksAndRefusesTimecode) {
