@@ -53,14 +53,13 @@ TEST(RawFetch, ReturnsTheStoredBytesOfEveryForm) {
     EXPECT_EQ(Slice(r.pixels, 0, size), Stored(b, 1)) << f.bits;
     EXPECT_EQ(Slice(r.pixels, size, size), Stored(b, 2)) << f.bits;  // the tight stride
     EXPECT_EQ(r.pixels[2 * size], kUntouched);
-    EXPECT_EQ(r.header.biSize, 48u);
-    EXPECT_EQ(r.header.biWidth, f.w);
-    EXPECT_EQ(r.header.biBitCount, f.bits);
-    EXPECT_EQ(r.header.biCompression, f.biCompression);  // packed stays packed
-    // Processed colour images carry neutral levels after the open.
-    bool processedColour = f.bits == 24;
-    EXPECT_EQ(r.header.BlackLevel, processedColour ? 0 : 7);
-    EXPECT_EQ(r.header.WhiteLevel, processedColour ? 255 : 1000);
+    // Packed stays packed; processed colour images carry neutral levels after the open.
+    const ImageHeader &h = r.header;
+    const bool processedColour = f.bits == 24;
+    EXPECT_EQ(cinetest::Fields(h.biSize, h.biWidth, h.biBitCount, h.biCompression, h.BlackLevel, h.WhiteLevel),
+              cinetest::Fields(48u, f.w, f.bits, f.biCompression, processedColour ? 0 : 7,
+                               processedColour ? 255 : 1000))
+        << f.bits;
   }
 }
 
