@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include "companions/int/dib.h"
@@ -46,9 +47,8 @@ TEST(ProcessImage, GainOneKeepsTheTopByteAndTheHeaderBecomesEightBits) {
       std::vector<uint8_t> dst(src.size(), 0xEE), inPlace = src;
       ASSERT_EQ(XeProcessImage(src.data(), dst.data(), &h, 1, 1.0f), XE_OK);
       ASSERT_EQ(XeProcessImage(inPlace.data(), inPlace.data(), &h2, 1, 1.0f), XE_OK);
-      EXPECT_EQ(h.biBitCount, bits / 2);
-      EXPECT_EQ(h.biClrImportant, 0u);
-      EXPECT_EQ(h.biSizeImage, XefPixarSize(&h));
+      EXPECT_EQ(std::tuple(+h.biBitCount, +h.biClrImportant, +h.biSizeImage),
+                std::tuple(bits / 2, 0u, XefPixarSize(&h)));
       const uint32_t perRow = w * (bits / 16);
       for (uint32_t r = 0, k = 0; r < 5; ++r)
         for (uint32_t i = 0; i < perRow; ++i, ++k) {
@@ -107,9 +107,7 @@ std::vector<uint8_t> Reduce(const std::vector<uint16_t> &in, const int32_t *leve
   BitmapInfoHeader h = Header(static_cast<int32_t>(in.size()), 1, 16, clr);
   std::vector<uint8_t> out(in.size(), 0xEE);
   XefReduceDIB16To8(&h, levels, in.data(), out.data());
-  EXPECT_EQ(h.biBitCount, 8);
-  EXPECT_EQ(h.biClrImportant, 0u);
-  EXPECT_EQ(h.biSizeImage, in.size());
+  EXPECT_EQ(std::tuple(+h.biBitCount, +h.biClrImportant, size_t{h.biSizeImage}), std::tuple(8, 0u, in.size()));
   return out;
 }
 
