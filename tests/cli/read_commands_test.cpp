@@ -199,6 +199,13 @@ TEST_F(CliTest, ExtractWritesRangesByPatternAndRawVideo) {
 
   EXPECT_EQ(Tool({"extract", file, "-i", "0", "--raw", "--gamma", "2", "-o", Path("x.pgm")}).code, 2);
   EXPECT_EQ(Tool({"extract", file, "-o", Path("x.pgm")}).code, 2);
+
+  // The adjustments reach the viewed image: a quarter turn exchanges the
+  // sides, a brighter image differs from the plain one.
+  ASSERT_EQ(Tool({"extract", file, "-i", "0", "--rotate", "90", "-o", Path("turned.ppm")}).code, 0);
+  EXPECT_EQ(ReadText(Path("turned.ppm")).substr(0, 8), "P6\n8 16\n");
+  ASSERT_EQ(Tool({"extract", file, "-i", "0", "--bright", "300", "-o", Path("bright.ppm")}).code, 0);
+  EXPECT_NE(ReadText(Path("bright.ppm")), ReadText(Path("one.ppm")));
 }
 
 TEST_F(CliTest, FilesThatAreNoCinesAreNamed) {

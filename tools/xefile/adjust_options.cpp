@@ -147,6 +147,11 @@ void ApplyAdjustOptions(CineHandle cine, const AdjustOptions &o) {
   }
   const int32_t status = XeSetCineProcessing(cine, &p);
   if (status < 0) Fail("the image adjustments cannot be set", status);
+  // Setting the adjustments does not mark the chain for a rebuild (a save
+  // rebuilds it anyway; a view of the cine's own use case would not): raise
+  // the cine's flag so that the next processed image has them.
+  uint32_t *changed = nullptr;
+  if (XeGetCineInfo(cine, CIS_PtrParamsChanged, &changed) >= 0 && changed) *changed = 1;
   if (!o.crop.empty()) ApplyCrop(cine, o.crop);
   if (!o.resample.empty()) ApplyResample(cine, o.resample);
 }
