@@ -237,6 +237,9 @@ TEST_F(CliTest, QuietAndVerbose) {
   Outcome r = Tool({"--quiet", "extract", file, "-i", "0", "-o", Path("a.ppm")});
   EXPECT_EQ(r.code, 0);
   EXPECT_EQ(r.out + r.err, "");
+  r = Tool({"convert", file, Path("q.cine"), "--range", "0:1", "--quiet"});
+  EXPECT_EQ(r.code, 0);
+  EXPECT_EQ(r.out + r.err, "");
   // The library's log comes to standard error; the output stays the same.
   r = Tool({"times", file, "--csv", "--verbose"});
   EXPECT_EQ(r.code, 0);

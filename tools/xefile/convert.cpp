@@ -154,6 +154,7 @@ void RunConvert(const ConvertOptions &o) {
     Fail(text, status);
   }
   if (status > 0) Warn(o.out, status);
+  if (Quiet()) return;
   const double seconds = progress.Elapsed();
   std::printf("%s: %s (%d to %d), %s, %.2f s, %.1f images/s\n", outputs.Names().c_str(),
               Count(span.count(), "image").c_str(), span.first, span.last, type.name, seconds,
