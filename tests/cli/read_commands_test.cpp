@@ -199,6 +199,11 @@ TEST_F(CliTest, ExtractWritesRangesByPatternAndRawVideo) {
 
   EXPECT_EQ(Tool({"extract", file, "-i", "0", "--raw", "--gamma", "2", "-o", Path("x.pgm")}).code, 2);
   EXPECT_EQ(Tool({"extract", file, "-o", Path("x.pgm")}).code, 2);
+  // --no-clobber looks at every name of a range before writing any.
+  fs::remove(Path("f/img_001.ppm"));
+  EXPECT_EQ(Tool({"extract", file, "--range=0:1", "-n", "-o", Path("f/img_!3.ppm")}).code, 1);
+  EXPECT_FALSE(fs::exists(Path("f/img_001.ppm")));
+  EXPECT_EQ(Tool({"extract", file, "-i", "0", "-n", "-o", Path("one.ppm")}).code, 1);
 
   // The adjustments reach the viewed image: a quarter turn exchanges the
   // sides, a brighter image differs from the plain one.

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "adjust_options.h"
+#include "output_checks.h"
 #include "tool.h"
 
 namespace xetool {
@@ -30,6 +31,7 @@ struct ExtractOptions {
   std::string range;
   AdjustOptions adjust;
   bool raw = false;
+  bool noClobber = false;
 };
 
 // The images of a cine fetched one by one into one buffer.
@@ -147,9 +149,11 @@ bool HasNameToken(const std::string &name) {
 }
 
 // One file per image, named by the pattern of the library's save names.
-void ToFiles(const OpenCine &c, ImageFetch &fetch, const ImageSpan &span, const std::string &out, bool raw) {
+void ToFiles(const OpenCine &c, ImageFetch &fetch, const ImageSpan &span, const std::string &out, bool raw,
+             bool noClobber) {
   std::string firstName, lastName, what;
   if (span.count() == 1 && !HasNameToken(out)) {
+    if (noClobber) RefuseExisting(out);
     firstName = lastName = out;
     const uint8_t *pixels = fetch.Get(span.first);
     what = WriteImageFile(out, fetch.header(), pixels, fetch.topDown(), raw);
@@ -162,6 +166,10 @@ void ToFiles(const OpenCine &c, ImageFetch &fetch, const ImageSpan &span, const 
     int32_t status = XeSetCineInfo(c.get(), CIS_FileName, name.data());
     if (status >= 0) status = XeSetCineSaveRange(c.get(), span.first, span.last);
     if (status < 0) Fail(out + ": the names cannot be made", status);
+    // Every name is looked at before the first file is written.
+    if (noClobber)
+      for (int64_t n = span.first; n <= span.last; ++n)
+        RefuseExisting(ExpandedFileName(c.get(), static_cast<int32_t>(n)));
     for (int64_t n = span.first; n <= span.last; ++n) {
       const int32_t image = static_cast<int32_t>(n);
       const uint8_t *pixels = fetch.Get(image);
@@ -201,7 +209,7 @@ void RunExtract(const ExtractOptions &o) {
   if (toStdout)
     ToStandardOutput(c, fetch, span, o.raw);
   else
-    ToFiles(c, fetch, span, o.out, o.raw);
+    ToFiles(c, fetch, span, o.out, o.raw, o.noClobber);
 }
 
 }  // namespace
@@ -224,6 +232,7 @@ void AddExtractCommand(CLI::App &app) {
   sub->add_option("--range,-r", o->range, "images FIRST:LAST (FIRST: and :LAST work too)")->excludes(image);
   sub->add_option("-o,--output", o->out, "the image file or name pattern to write, or - for raw video")
       ->required();
+  sub->add_flag("--no-clobber,-n", o->noClobber, "refuse to overwrite an image file that exists");
   sub->add_flag("--raw", o->raw, "the samples as stored (a colour mosaic stays a mosaic), not processed");
   AddAdjustOptions(sub, o->adjust);
   sub->callback([o] { RunExtract(*o); });
