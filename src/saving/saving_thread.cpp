@@ -24,7 +24,7 @@ namespace {
 
 constexpr uint32_t MSG_SAVE_BUFFER = 14555;
 constexpr uint32_t MSG_FINISH_JOB = 14556;
-constexpr auto kWriterFreeTimeout = std::chrono::milliseconds(60000);
+std::atomic<int64_t> g_writerFreeTimeoutMs{60000};
 std::atomic<int64_t> g_endTimeoutMs{10000};
 
 struct FreeDeleter {
@@ -195,7 +195,7 @@ int32_t QueueReadBuffer(ThreadySave *t, Cine *writer, uint8_t **pixBuffer, const
                    static_cast<int>(t->MainThreadId), m.Rng.First, m.Rng.Cnt,
                    static_cast<int>(t->Iteration), m.BufIndex, PtrWord(*pixBuffer));
   uint32_t start = con::XefMilisec();
-  if (!t->Semaphore.TryAcquireFor(kWriterFreeTimeout)) {
+  if (!t->Semaphore.TryAcquireFor(std::chrono::milliseconds(g_writerFreeTimeoutMs.load()))) {
     if (LogOn()) con::Debprintf("\nTimeOut: Semaphore for overlapped transfer/save, save aborted");
     return XE_ERR_SEMAPHORE_TIMEOUT;
   }
@@ -239,6 +239,9 @@ int32_t EndThreadySave(ThreadySave *t, uint8_t **pixBuffer, uint32_t *firstFaile
   return status;
 }
 
-void SetSavingThreadEndTimeout(int64_t milliseconds) { g_endTimeoutMs.store(milliseconds); }
+void SetSavingThreadTimeouts(int64_t writerFreeMs, int64_t endMs) {
+  g_writerFreeTimeoutMs.store(writerFreeMs);
+  g_endTimeoutMs.store(endMs);
+}
 
 }  // namespace xe

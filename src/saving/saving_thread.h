@@ -34,9 +34,10 @@ int32_t QueueReadBuffer(ThreadySave *t, Cine *writer, uint8_t **pixBuffer, const
 // writer's file and the job's buffer, which the job closes and frees next.
 int32_t EndThreadySave(ThreadySave *t, uint8_t **pixBuffer, uint32_t *firstFailed = nullptr);
 
-// The wait of EndThreadySave before it reports a time-out (10000 ms), for
-// tests of a slow disk.
-void SetSavingThreadEndTimeout(int64_t milliseconds);
+// The waits before a time-out is reported: of QueueReadBuffer for a free
+// writer (60000 ms) and of EndThreadySave for the thread's end (10000 ms).
+// For tests of a slow disk.
+void SetSavingThreadTimeouts(int64_t writerFreeMs, int64_t endMs);
 
 // True when the thread runs (the context was made and the thread started).
 bool ThreadySaveRunning(const ThreadySave *t);
