@@ -53,13 +53,6 @@ TEST_F(Selectors, AddressesReachTheRecordItself) {
   ASSERT_EQ(XeGetCineInfo(cine, CIS_PtrSetup, &setup), 0);
   setup->FrameRate = 777;
   EXPECT_EQ(XevGetCineInfo(cine, CIS_FrameRate), 777u);
-  CineFileHeader *header = nullptr;
-  ASSERT_EQ(XeGetCineInfo(cine, CIS_PtrHeader, &header), 0);
-  // Header, image header and Setup stand back to back, as in a file.
-  BitmapInfoHeader *bmih = nullptr;
-  ASSERT_EQ(XeGetCineInfo(cine, CIS_PtrBmih, &bmih), 0);
-  EXPECT_EQ(reinterpret_cast<uint8_t *>(bmih), reinterpret_cast<uint8_t *>(header) + 44);
-  EXPECT_EQ(reinterpret_cast<uint8_t *>(setup), reinterpret_cast<uint8_t *>(header) + 84);
   uint32_t *viewWord = nullptr;
   ASSERT_EQ(XeGetCineInfo(cine, CIS_PtrViewWord584, &viewWord), 0);
   EXPECT_EQ(static_cast<int32_t>(*viewWord), -3);
@@ -80,8 +73,6 @@ TEST_F(Selectors, SaveOptionsReadInTheirOwnUnits) {
     cine->Saving.QFactor = factor;
     EXPECT_EQ(XevGetCineInfo(cine, CIS_Quality), quality) << factor;
   }
-  cine->Saving.FileType = -26;
-  EXPECT_EQ(static_cast<int32_t>(XevGetCineInfo(cine, CIS_FileType)), -26);
   cine->Saving.DpxSoftClip = 0x12345;
   EXPECT_EQ(XevGetCineInfo(cine, CIS_DngOption2324), 0x2345u);
   // The DPX byte order reads inverted: bit 0 set is a big-endian file.
@@ -96,23 +87,6 @@ TEST_F(Selectors, SaveOptionsReadInTheirOwnUnits) {
   EXPECT_EQ(names[19][255], 0);
 }
 
-TEST(SelectorsOnFiles, MetadataWhiteBalanceByTheSource) {
-  struct Row {
-    uint16_t compression;
-    uint32_t cfa, metaWB, supports;
-  };
-  // Compression 2 is raw data, 0 processed; processed colour never counts.
-  const Row rows[] = {{2, 1, 1, 1}, {2, 1, 0, 0}, {0, 0, 1, 1}, {0, 1, 1, 0}};
-  for (const Row &r : rows) {
-    fixture::CineBuilder b;
-    b.Compression(r.compression).Image(16, 4, 16);
-    b.setup().SetU32(fixture::setup::kCFA, r.cfa).SetU32(5724, r.metaWB);  // bMetaWB
-    cinetest::Opened o(b.Build());
-    ASSERT_EQ(o.status, 0);
-    EXPECT_EQ(XevGetCineInfo(o.cine, CIS_SupportsMetaWB), r.supports) << r.compression << r.cfa;
-  }
-}
-
 TEST_F(Selectors, RecordsOfACineWithoutCameraComeFromTheSetup) {
   ::Setup &s = cine->H.Setup;
   s.TonePoints = 2;
@@ -125,7 +99,6 @@ TEST_F(Selectors, RecordsOfACineWithoutCameraComeFromTheSetup) {
   EXPECT_EQ(tone.TonePoints, 2u);
   EXPECT_EQ(tone.fTone[1][1], 0.75f);
   EXPECT_STREQ(tone.ToneLabel, "soft");
-  EXPECT_EQ(cine->ParamsChanged, 0u);
   // A failed camera question leaves the stored value: still the Setup's.
   s.fGamma = 2.2f;
   EXPECT_EQ(std::bit_cast<float>(XevGetCineInfo(cine, CIS_fGamma)), 2.2f);
