@@ -2,6 +2,8 @@
 // wrap on adding and a day that wraps on subtracting.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "info/timecode.h"
 #include "xefile/xefile.h"
 
@@ -21,10 +23,7 @@ TC Make(uint8_t h, uint8_t m, uint8_t s, uint8_t f) {
 void ExpectTC(const TC &tc, uint32_t h, uint32_t m, uint32_t s, uint32_t f) {
   TCU u{};
   UnpackTC(tc, &u);
-  EXPECT_EQ(u.hours, h);
-  EXPECT_EQ(u.minutes, m);
-  EXPECT_EQ(u.seconds, s);
-  EXPECT_EQ(u.frames, f);
+  EXPECT_EQ(std::tuple(u.hours, u.minutes, u.seconds, u.frames), std::tuple(h, m, s, f));
 }
 
 TEST(Timecode, AddingRunsPastMidnightWithoutWrapping) {
@@ -52,11 +51,8 @@ TEST(Timecode, FlagsAndUserBitsAreCarriedByPackingButLostByArithmetic) {
   EXPECT_EQ(tc.frames, 0x40 | 0x12);  // frames 12 and flag F6
   TCU back{};
   UnpackTC(tc, &back);
-  EXPECT_EQ(back.frames, 12u);
-  EXPECT_EQ(back.TCFlagF6, 1u);
-  EXPECT_EQ(back.TCFlagS7, 1u);
-  EXPECT_EQ(back.TCFlagH7, 1u);
-  EXPECT_EQ(back.TCUserBits, 0xDEADBEEFu);
+  EXPECT_EQ(std::tuple(back.frames, back.TCFlagF6, back.TCFlagS7, back.TCFlagH7, back.TCUserBits),
+            std::tuple(12u, 1u, 1u, 1u, 0xDEADBEEFu));
   TC moved = TCAddFrames(tc, 0, 25.0f);
   EXPECT_EQ(moved.TCUserBits, 0u);
   EXPECT_EQ(moved.hours & 0xC0, 0);
