@@ -92,25 +92,20 @@ TEST(ImageSearch, ConditionsDirectionsAndTheEndsOfTheWalk) {
 
 TEST(ImageSearch, ProgressIsReportedForwardOnlyAndStops) {
   Opened o(Recording({}));
+  auto run = [&](int32_t from, uint32_t direction, int32_t stopAfter) {
+    g_reported.clear();
+    g_stopAfter = stopAfter;
+    Search s = SearchFrom(o.cine, from, direction, 1, Progress);
+    EXPECT_EQ(s.status, XE_INFO_SEARCH_AT_END);
+    return s.found;
+  };
   // Forward from -4: images -3 to 4 are examined, of a total of 9.
-  g_reported.clear();
-  g_stopAfter = 100;
-  Search s = SearchFrom(o.cine, kFirst, 0, 1, Progress);
-  EXPECT_EQ(s.status, XE_INFO_SEARCH_AT_END);
+  run(kFirst, 0, 100);
   EXPECT_EQ(g_reported, (std::vector<int32_t>{-3, -2, -1, 0, 1, 2, 3, 4}));
-
-  g_reported.clear();
-  g_stopAfter = 3;
-  s = SearchFrom(o.cine, kFirst, 0, 1, Progress);
-  EXPECT_EQ(s.status, XE_INFO_SEARCH_AT_END);
-  EXPECT_EQ(s.found, 5);
+  EXPECT_EQ(run(kFirst, 0, 3), 5);
   EXPECT_EQ(g_reported, (std::vector<int32_t>{-3, -2, -1}));
-
   // Backward the total is not positive: no progress.
-  g_reported.clear();
-  g_stopAfter = 100;
-  s = SearchFrom(o.cine, 5, 1, 1, Progress);
-  EXPECT_EQ(s.status, XE_INFO_SEARCH_AT_END);
+  run(5, 1, 100);
   EXPECT_TRUE(g_reported.empty());
 }
 
