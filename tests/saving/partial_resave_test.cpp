@@ -87,10 +87,9 @@ TEST_F(PartialResave, RawAndProcessedSavesKeepEachImagesData) {
     ASSERT_EQ(out.status, 0);
     const uint32_t n = static_cast<uint32_t>(k.last - k.first + 1);
     // The recording is described as it was; the stored part is the range.
-    EXPECT_EQ(XevGetCineInfo(out.cine, CIS_FirstMovieImage), static_cast<uint32_t>(kMovieFirst));
-    EXPECT_EQ(XevGetCineInfo(out.cine, CIS_TotalImageCount), uint32_t{kTotal});
-    EXPECT_EQ(XevGetCineInfo(out.cine, CIS_FirstImageNo), static_cast<uint32_t>(k.first));
-    EXPECT_EQ(XevGetCineInfo(out.cine, CIS_ImageCount), n);
+    const CineFileHeader &h = out.cine->H.Header;
+    EXPECT_EQ(cinetest::Fields(h.FirstMovieImage, h.TotalImageCount, h.FirstImageNo, h.ImageCount),
+              cinetest::Fields(kMovieFirst, uint32_t{kTotal}, k.first, n));
     ExpectSamePerImageData(src.cine, out.cine, k.first, k.last);
     EXPECT_EQ(Images(out.cine, k.first, n, 3), Images(src.cine, k.first, n, k.type == 0 ? 3 : 2));
   }
