@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <string>
+#include <tuple>
 #include <vector>
 
 #include "companions/int/parallel.h"
@@ -267,23 +269,19 @@ TEST(Demosaic, NoneAndBadInputLeaveTheImageAlone) {
   unchanged();
 }
 
+// The stored word holds the id in its low byte; 0 and unknown ids are "Good".
 TEST(Demosaic, StoredWordsAndTheListOfIds) {
-  EXPECT_EQ(XefAlgo(3, 0), 3u);
-  EXPECT_EQ(XefAlgo(0x105, 7), 5u);
-  EXPECT_EQ(XefAlgo(0, 0), 4u);
-  EXPECT_EQ(XefAlgo(7, 0), 4u);
+  const uint32_t cases[][3] = {{3, 0, 3}, {0x105, 7, 5}, {0, 0, 4}, {7, 0, 4}};
+  for (auto [word, cfa, id] : cases) EXPECT_EQ(XefAlgo(word, cfa), id) << word;
+  // Listed by speed: "Medium" came last and has id 5.
   uint8_t ids[6], pos[7];
   char names[6][20];
   ASSERT_EQ(XefInitIntAlgoIDs(ids, pos, names), 0);
   const char *expected[] = {"Fastest", "Fast", "Medium", "Good", "Best", "None"};
-  const uint8_t expectedIds[] = {1, 2, 5, 3, 4, 6};
-  for (int p = 0; p < 6; ++p) {
-    EXPECT_EQ(ids[p], expectedIds[p]);
-    EXPECT_EQ(pos[ids[p]], p);
-    EXPECT_STREQ(names[p], expected[p]);
-  }
+  EXPECT_EQ(std::vector<uint8_t>(ids, ids + 6), (std::vector<uint8_t>{1, 2, 5, 3, 4, 6}));
+  for (uint8_t p = 0; p < 6; ++p)
+    EXPECT_EQ(std::tuple(+pos[ids[p]], std::string(names[p])), std::tuple(+p, expected[p]));
   EXPECT_EQ(pos[0], 0xFF);
-  EXPECT_EQ(XefInitIntAlgoIDs(nullptr, nullptr, nullptr), 0);
 }
 
 }  // namespace
