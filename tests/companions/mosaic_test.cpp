@@ -199,16 +199,11 @@ TEST(Levels, BlackGoesToZeroAndWhiteToTheTop) {
     EXPECT_EQ(colour.Get(0, 0, c), (c & 1) ? 255u : 0u);
     EXPECT_EQ(colour.Get(1, 0, c), (c & 1) ? 0u : 255u);
   }
-}
-
-TEST(Levels, WhiteNotAboveBlackIsRefused) {
-  Image img(3, 3, 16);
-  img.FillRandom(5, 65535);
-  const std::vector<uint8_t> before = img.px;
-  EXPECT_EQ(XeAdjustToMaxLevels(&img.h, img.P(), 500, 500), XE_ERR_NOT_SUPPORTED);
-  EXPECT_EQ(XeAdjustToMaxLevels(&img.h, img.P(), 600, 500), XE_ERR_NOT_SUPPORTED);
-  EXPECT_EQ(XeAdjustToMaxLevels(&img.h, img.P(), 0, 0x10000), XE_ERR_NOT_SUPPORTED);
-  EXPECT_EQ(img.px, before);
+  // White not above black is refused and leaves the image.
+  const std::vector<uint8_t> before = colour.px;
+  for (auto [black, white] : {std::pair(500, 500), std::pair(600, 500), std::pair(0, 0x10000)})
+    EXPECT_EQ(XeAdjustToMaxLevels(&colour.h, colour.P(), black, white), XE_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(colour.px, before);
 }
 
 TEST(Shift, LeftThenRightRestoresAndLeftSaturates) {
