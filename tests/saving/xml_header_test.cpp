@@ -92,7 +92,6 @@ TEST_F(XmlHeaderTest, CompoundSetupElements) {
   ASSERT_EQ(o.status, 0);
   ASSERT_EQ(Write(o.cine, 0, 1, [](Cine *c) {
               ::Setup &s = c->H.Setup;
-              s.AutoExpRect = XeRect{1, 2, 3, 4};
               s.CropRect = XeRect{-5, 6, 7, 8};
               s.UserFilter.dim = 2;
               s.UserFilter.Coef[1][0] = -9;
@@ -105,7 +104,6 @@ TEST_F(XmlHeaderTest, CompoundSetupElements) {
               s.FRPSteps = 40;  // more than the record holds
             }),
             0);
-  Has("<AutoExpRect><left>1</left><right>3</right><top>2</top><bottom>4</bottom></AutoExpRect>");
   Has("<CropRect><left>-5</left><right>7</right><top>6</top><bottom>8</bottom></CropRect>");
   EXPECT_EQ(Count(text, "<Coef i="), 4u);
   Has("<Coef i=\"1\" j=\"0\">-9</Coef>");
