@@ -184,30 +184,31 @@ std::vector<uint32_t> Gray8(const std::vector<uint32_t> &in, const IMPROCOPTIONS
 }
 
 TEST(ImProc, BrightnessContrastAndGammaWorkedByHand) {
-  IMPROCOPTIONS o = Neutral();
-  o.Bright = 100;  // +25.5 of 255
-  EXPECT_EQ(Gray8({0, 100, 240, 255}, o), (std::vector<uint32_t>{26, 126, 255, 255}));
-  o.Bright = -1000;
-  EXPECT_EQ(Gray8({0, 255}, o), (std::vector<uint32_t>{0, 0}));
-  o = Neutral();
-  o.Contrast = 10;  // factor 1.9 around 127.5
-  EXPECT_EQ(Gray8({100, 128, 200, 0}, o), (std::vector<uint32_t>{75, 128, 255, 0}));
-  o.Contrast = -50;  // factor 0.55
-  EXPECT_EQ(Gray8({0, 255, 100}, o), (std::vector<uint32_t>{57, 198, 112}));
-  o = Neutral();
-  o.Gamma = 2.0f;  // 255 * sqrt(v / 255)
-  EXPECT_EQ(Gray8({0, 64, 255, 16}, o), (std::vector<uint32_t>{0, 128, 255, 64}));
-  o.Gamma = 0.0f;  // not usable: neutral
-  EXPECT_EQ(Gray8({0, 64, 255}, o), (std::vector<uint32_t>{0, 64, 255}));
-  // 12 bits in 16: full scale is 4095, half of it +2047.5.
-  o = Neutral();
-  o.Bright = 500;
-  EXPECT_EQ(Gray8({0, 1000, 3000}, o, 16, 4096), (std::vector<uint32_t>{2048, 3048, 4095}));
-  // Brightness then contrast: each step limited to the range first.
-  o.Bright = 1000;
-  o.Contrast = -50;
-  // 1000 + 4095 is limited to 4095 before the contrast: 4095 * 0.775 = 3173.6.
-  EXPECT_EQ(Gray8({0, 1000}, o, 16, 4096), (std::vector<uint32_t>{3174, 3174}));
+  struct Case {
+    int32_t bright, contrast;
+    float gamma;
+    uint32_t levels;  // 0: 8 bits, else 16-bit samples with that many levels
+    std::vector<uint32_t> in, out;
+  };
+  const Case cases[] = {
+      {100, 0, 1.0f, 0, {0, 100, 240, 255}, {26, 126, 255, 255}},  // +25.5 of 255
+      {-1000, 0, 1.0f, 0, {0, 255}, {0, 0}},
+      {0, 10, 1.0f, 0, {100, 128, 200, 0}, {75, 128, 255, 0}},  // factor 1.9 around 127.5
+      {0, -50, 1.0f, 0, {0, 255, 100}, {57, 198, 112}},         // factor 0.55
+      {0, 0, 2.0f, 0, {0, 64, 255, 16}, {0, 128, 255, 64}},     // 255 * sqrt(v / 255)
+      {0, 0, 0.0f, 0, {0, 64, 255}, {0, 64, 255}},              // gamma 0 is not usable: neutral
+      // 12 bits in 16: full scale is 4095, half of it +2047.5.
+      {500, 0, 1.0f, 4096, {0, 1000, 3000}, {2048, 3048, 4095}},
+      // 1000 + 4095 is limited to 4095 before the contrast: 4095 * 0.775 = 3173.6.
+      {1000, -50, 1.0f, 4096, {0, 1000}, {3174, 3174}},
+  };
+  for (const Case &c : cases) {
+    IMPROCOPTIONS o = Neutral();
+    o.Bright = c.bright;
+    o.Contrast = c.contrast;
+    o.Gamma = c.gamma;
+    EXPECT_EQ(Gray8(c.in, o, c.levels ? 16 : 8, c.levels), c.out) << c.bright << " " << c.contrast;
+  }
 }
 
 TEST(ImProc, ColourWhiteBalanceSaturationAndHue) {
@@ -390,7 +391,10 @@ TEST(ImProcSettings, OptionsFromTheSetupRoundHalfAwayFromZero) {
       {1.9f, -0.0625f, 0.875f, -2.5f, 10, -63, -13, -3},
       {1.0f, 1e20f, 1.0f, 0.0f, 0, INT32_MAX, 0, 0}};  // limited, not undefined
   for (auto [gain, offset, sat, hue, contrast, bright, saturation, hueInt] : cases) {
-    s.fGain = gain, s.fOffset = offset, s.fSaturation = sat, s.fHue = hue;
+    s.fGain = gain;
+    s.fOffset = offset;
+    s.fSaturation = sat;
+    s.fHue = hue;
     ASSERT_EQ(XeSetImProcOptions(&o, &s), XE_OK);
     EXPECT_EQ(std::tuple(o.Contrast, o.Bright, o.Saturation, o.Hue),
               std::tuple(contrast, bright, saturation, hueInt));
