@@ -73,7 +73,6 @@ TEST(CineStreamWriter, ReadableAfterEveryImageAndCompactWhenClosed) {
     EXPECT_EQ(Count(o.cine), i + 1);
     EXPECT_EQ(Raw(o.cine, -2 + int32_t(i)), std::vector<uint8_t>(in.Image(i), in.Image(i) + 64));
   }
-  EXPECT_EQ(XefCineWriterImageCount(w), 5u);
   ASSERT_EQ(XefCineWriterClose(w), 0);
 
   Opened o(path);
