@@ -232,8 +232,7 @@ TEST(ImProc, ColourWhiteBalanceSaturationAndHue) {
     Image blank = orig;  // a gain of 0 is applied, not taken as unset
     o.WBRed = 0.0f;
     ASSERT_EQ(blank.Apply(o), XE_OK);
-    EXPECT_EQ(blank.Get(3, 2, 2), 0u);
-    EXPECT_EQ(blank.Get(3, 2, 0), wb.Get(3, 2, 0));
+    EXPECT_EQ(std::tuple(blank.Get(3, 2, 2), blank.Get(3, 2, 0)), std::tuple(0u, wb.Get(3, 2, 0)));
 
     Image gray = orig;
     o = Neutral();
@@ -241,11 +240,11 @@ TEST(ImProc, ColourWhiteBalanceSaturationAndHue) {
     ASSERT_EQ(gray.Apply(o), XE_OK);
     for (uint32_t r = 0; r < 4; ++r)
       for (uint32_t x = 0; x < 9; ++x) {
-        EXPECT_EQ(gray.Get(x, r, 0), gray.Get(x, r, 1));
-        EXPECT_EQ(gray.Get(x, r, 1), gray.Get(x, r, 2));
+        const uint32_t g = gray.Get(x, r, 1);
+        EXPECT_EQ(std::tuple(gray.Get(x, r, 0), gray.Get(x, r, 2)), std::tuple(g, g));
         const double y = 0.299 * orig.Get(x, r, 2) + 0.587 * orig.Get(x, r, 1) +
                          0.114 * orig.Get(x, r, 0);
-        EXPECT_NEAR(gray.Get(x, r, 1), y, 1.0);
+        EXPECT_NEAR(g, y, 1.0);
       }
 
     Image turned = orig;
@@ -292,9 +291,7 @@ TEST(ImProc, UserFilterBoxAndOrientation) {
   // Centre: 176 / 8 = 22, + 1. Memory (0,0): rows 0,0,1 x columns 0,0,1 =
   // 8+8+16 + 8+8+16 + 0+0+40 = 104 -> 13 + 1. Memory (2,2): rows 1,2,2 x
   // columns 1,2,2 = 40+0+0 + 0+8+8 + 0+8+8 = 72 -> 9 + 1.
-  EXPECT_EQ(img.Get(1, 1), 23u);
-  EXPECT_EQ(img.Get(0, 0), 14u);
-  EXPECT_EQ(img.Get(2, 2), 10u);
+  EXPECT_EQ(std::tuple(img.Get(1, 1), img.Get(0, 0), img.Get(2, 2)), std::tuple(23u, 14u, 10u));
 }
 
 TEST(ImProc, FixedFiltersKeepFlatImagesAndTheMedianRemovesAnOutlier) {
