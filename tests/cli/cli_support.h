@@ -4,17 +4,20 @@
 #pragma once
 
 #include <fcntl.h>
+#include <signal.h>
 #include <gtest/gtest.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "fixtures/cine_builder.h"
@@ -91,6 +94,24 @@ inline Outcome Finish(pid_t pid, const std::string &dir) {
     r.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   r.out = ReadText(dir + "/stdout");
   r.err = ReadText(dir + "/stderr");
+  return r;
+}
+
+// Runs the tool, sends it SIGINT once `out` holds `bytes` (or after a
+// minute), and answers its outcome and the count of its "stopped after N"
+// line (-1 when there is none).
+inline Outcome Interrupted(const std::vector<std::string> &args, const std::string &dir,
+                           const std::string &out, uint64_t bytes, int *stoppedAfter) {
+  const pid_t pid = Start(args, dir);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  std::error_code ec;
+  while (pid > 0 && std::chrono::steady_clock::now() < deadline &&
+         (!std::filesystem::exists(out, ec) || std::filesystem::file_size(out, ec) < bytes))
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  if (pid > 0) kill(pid, SIGINT);
+  Outcome r = Finish(pid, dir);
+  const std::string prefix = "xefile: stopped after ";
+  *stoppedAfter = r.err.rfind(prefix, 0) == 0 ? std::stoi(r.err.substr(prefix.size())) : -1;
   return r;
 }
 
