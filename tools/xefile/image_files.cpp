@@ -133,6 +133,22 @@ void PutU32(std::vector<uint8_t> &b, uint32_t v) {
   PutU16(b, static_cast<uint16_t>(v >> 16));
 }
 
+// The image's samples, top row first, red first, each in 1 or 2 bytes
+// little-endian: the strip of a TIFF file and a frame of raw video.
+void LittleEndianSamples(const ImageRows &img, std::vector<uint8_t> *out) {
+  const uint64_t samples = img.rowSamples();
+  out->resize(samples * img.height() * img.outBytes());
+  std::vector<uint16_t> row(samples);
+  uint8_t *p = out->data();
+  for (uint32_t y = 0; y < img.height(); ++y) {
+    img.Row(y, row.data());
+    for (const uint16_t v : row) {
+      *p++ = static_cast<uint8_t>(v);
+      if (img.outBytes() == 2) *p++ = static_cast<uint8_t>(v >> 8);
+    }
+  }
+}
+
 // Stored samples to a baseline TIFF of one strip, little-endian, 8 or 16
 // bits per sample as delivered, with SMaxSampleValue at the top of their
 // depth, so that a reader knows a 12-bit image from a dark 16-bit one.
@@ -173,19 +189,12 @@ void WriteStoredTiff(const std::string &path, const ImageRows &img) {
     for (int i = 0; i < 3; ++i) PutU16(b, bits);
     for (int i = 0; i < 3; ++i) PutU16(b, static_cast<uint16_t>(img.maxval()));
   }
+  std::vector<uint8_t> strip;
+  LittleEndianSamples(img, &strip);
   File f(std::fopen(path.c_str(), "wb"));
   if (!f) Fail(path + ": " + std::strerror(errno), XE_ERR_FILE_OPEN);
-  bool ok = std::fwrite(b.data(), 1, b.size(), f.get()) == b.size();
-  std::vector<uint16_t> row(img.rowSamples());
-  std::vector<uint8_t> bytes;
-  for (uint32_t y = 0; ok && y < img.height(); ++y) {
-    img.Row(y, row.data());
-    bytes.clear();
-    for (const uint16_t v : row)
-      if (img.outBytes() == 1) bytes.push_back(static_cast<uint8_t>(v));
-      else PutU16(bytes, v);
-    ok = std::fwrite(bytes.data(), 1, bytes.size(), f.get()) == bytes.size();
-  }
+  bool ok = std::fwrite(b.data(), 1, b.size(), f.get()) == b.size() &&
+            std::fwrite(strip.data(), 1, strip.size(), f.get()) == strip.size();
   if (std::fclose(f.release()) != 0) ok = false;
   if (!ok) {
     std::remove(path.c_str());
@@ -259,17 +268,7 @@ uint32_t VideoFrameBytes(const ImageHeader &h, const uint8_t *pixels, bool topDo
   if (!ImageRows::Supported(h.biBitCount))
     Fail("images of " + std::to_string(h.biBitCount) + " bits cannot be written", XE_ERR_NOT_SUPPORTED);
   const ImageRows img(h, pixels, topDown, stored);
-  const uint64_t samples = img.rowSamples();
-  out->resize(samples * img.height() * img.outBytes());
-  std::vector<uint16_t> row(samples);
-  uint8_t *p = out->data();
-  for (uint32_t y = 0; y < img.height(); ++y) {
-    img.Row(y, row.data());
-    for (const uint16_t v : row) {
-      *p++ = static_cast<uint8_t>(v);
-      if (img.outBytes() == 2) *p++ = static_cast<uint8_t>(v >> 8);
-    }
-  }
+  LittleEndianSamples(img, out);
   return img.maxval();
 }
 
