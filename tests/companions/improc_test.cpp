@@ -4,11 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include "support/bitmap.h"
+#include "companions/sample_image.h"
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 #include <tuple>
 #include <vector>
 
@@ -21,43 +20,15 @@ namespace {
 
 using namespace xe::intl;
 
-struct Image {
-  BitmapInfoHeader h{};
-  std::vector<uint8_t> px;
-
-  Image(int32_t w, int32_t ht, uint16_t bits, uint32_t clrImportant = 0) {
-    h = testsupport::Bitmap(w, ht, bits, 0, clrImportant);
-    h.biSizeImage = XefPixarSize(&h);
-    // Exactly as large as the larger of the image and its quarter turn, so
-    // that the sanitizer sees any access beyond it.
+// Room for the image and its quarter turn, exactly as large as the larger of
+// the two so that the sanitizer sees any access beyond; padding 0, as the
+// adjustments leave it.
+struct Image : companiontest::Image {
+  Image(int32_t w, int32_t ht, uint16_t bits, uint32_t levels = 0)
+      : companiontest::Image(w, ht, bits, levels, 0) {
     BitmapInfoHeader t = h;
     std::swap(t.biWidth, t.biHeight);
-    px.assign(std::max(XefPixarSize(&h), XefPixarSize(&t)), 0);
-  }
-  uint32_t Channels() const { return h.biBitCount == 24 || h.biBitCount == 48 ? 3 : 1; }
-  bool Wide() const { return h.biBitCount == 16 || h.biBitCount == 48; }
-  size_t Offset(uint32_t x, uint32_t r, uint32_t c) const {
-    return static_cast<size_t>(r) * XefMemWidth(&h) + (x * Channels() + c) * (Wide() ? 2 : 1);
-  }
-  uint32_t Get(uint32_t x, uint32_t r, uint32_t c = 0) const {
-    if (!Wide()) return px[Offset(x, r, c)];
-    uint16_t v;
-    std::memcpy(&v, &px[Offset(x, r, c)], 2);
-    return v;
-  }
-  void Set(uint32_t x, uint32_t r, uint32_t c, uint32_t v) {
-    if (!Wide()) {
-      px[Offset(x, r, c)] = static_cast<uint8_t>(v);
-      return;
-    }
-    const uint16_t s = static_cast<uint16_t>(v);
-    std::memcpy(&px[Offset(x, r, c)], &s, 2);
-  }
-  void Fill(uint32_t seed, uint32_t maxValue) {
-    std::mt19937 rng(seed);
-    for (uint32_t r = 0; r < static_cast<uint32_t>(h.biHeight); ++r)
-      for (uint32_t x = 0; x < static_cast<uint32_t>(h.biWidth); ++x)
-        for (uint32_t c = 0; c < Channels(); ++c) Set(x, r, c, rng() % (maxValue + 1));
+    px.resize(std::max(h.biSizeImage, XefPixarSize(&t)), 0);
   }
   int32_t Apply(const IMPROCOPTIONS &o) { return XeImProc(&h, px.data(), &o); }
   // The bytes of the image as its header describes it now.
@@ -75,18 +46,13 @@ IMPROCOPTIONS Neutral() {
 const uint16_t kFormats[] = {8, 16, 24, 48};
 const int32_t kSizes[][2] = {{1, 1}, {1, 4}, {2, 2}, {3, 5}, {5, 3}, {33, 17}};
 
-// A picture-space reference: the sample at picture column x, row y from top.
-uint32_t Pic(const Image &img, uint32_t x, uint32_t y, uint32_t c) {
-  return img.Get(x, static_cast<uint32_t>(img.h.biHeight) - 1 - y, c);
-}
-
 // Flips and a clockwise quarter turn move every sample where the picture
 // says; the opposite turn brings the image back, other angles are ignored.
 TEST(ImProc, FlipsAndQuarterTurnsMoveEveryPixel) {
   for (uint16_t bits : kFormats)
     for (auto [w, ht] : kSizes) {
       Image orig(w, ht, bits);
-      orig.Fill(7 + w + ht, bits == 8 || bits == 24 ? 255 : 65535);
+      orig.FillRandom(7 + w + ht, bits == 8 || bits == 24 ? 255 : 65535);
       for (int flips = 1; flips <= 3; ++flips) {
         Image img = orig;
         ASSERT_EQ(XeFlips(&img.h, img.px.data(), flips & 1, flips & 2), XE_OK);
@@ -94,7 +60,7 @@ TEST(ImProc, FlipsAndQuarterTurnsMoveEveryPixel) {
           for (uint32_t x = 0; x < static_cast<uint32_t>(w); ++x)
             for (uint32_t c = 0; c < img.Channels(); ++c) {
               const uint32_t sx = (flips & 1) ? w - 1 - x : x, sy = (flips & 2) ? ht - 1 - y : y;
-              ASSERT_EQ(Pic(img, x, y, c), Pic(orig, sx, sy, c)) << bits << " " << flips;
+              ASSERT_EQ(img.Get(x, y, c), orig.Get(sx, sy, c)) << bits << " " << flips;
             }
       }
       Image img = orig;
@@ -106,7 +72,7 @@ TEST(ImProc, FlipsAndQuarterTurnsMoveEveryPixel) {
       // Clockwise: picture (x, y) of the turned image is (y, H-1-x) of the old.
       for (uint32_t y = 0; y < static_cast<uint32_t>(w); ++y)
         for (uint32_t x = 0; x < static_cast<uint32_t>(ht); ++x)
-          ASSERT_EQ(Pic(img, x, y, 0), Pic(orig, y, ht - 1 - x, 0));
+          ASSERT_EQ(img.Get(x, y), orig.Get(y, ht - 1 - x));
       for (int32_t degrees : {-90, 45}) {
         o.Rotate = degrees;
         ASSERT_EQ(img.Apply(o), XE_OK);
@@ -137,7 +103,7 @@ TEST(ImProc, FusedCallEqualsTheStepsOneAfterAnother) {
       for (int32_t filter : {0, 2, 5})
         for (int32_t flips = 0; flips <= 3; ++flips) {
           Image orig(7, 4, bits, bits == 16 ? 4096 : 0);
-          orig.Fill(bits + flips, bits == 8 || bits == 24 ? 255 : 65535);
+          orig.FillRandom(bits + flips, bits == 8 || bits == 24 ? 255 : 65535);
           all.FlipH = flips & 1;
           all.FlipV = (flips & 2) ? 1 : 0;
           all.Rotate = rotate;
@@ -171,7 +137,7 @@ TEST(ImProc, FusedCallEqualsTheStepsOneAfterAnother) {
 std::vector<uint32_t> Gray8(const std::vector<uint32_t> &in, const IMPROCOPTIONS &o,
                             uint16_t bits = 8, uint32_t clr = 0) {
   Image img(static_cast<int32_t>(in.size()), 1, bits, clr);
-  for (uint32_t x = 0; x < in.size(); ++x) img.Set(x, 0, 0, in[x]);
+  for (uint32_t x = 0; x < in.size(); ++x) img.Set(x, 0, in[x]);
   EXPECT_EQ(img.Apply(o), XE_OK);
   std::vector<uint32_t> out;
   for (uint32_t x = 0; x < in.size(); ++x) out.push_back(img.Get(x, 0));
@@ -210,8 +176,8 @@ TEST(ImProc, ColourWhiteBalanceSaturationAndHue) {
   for (uint16_t bits : {24, 48}) {
     const uint32_t top = bits == 24 ? 255 : 65535;
     Image orig(9, 4, bits);
-    orig.Fill(bits, top);
-    orig.Set(0, 0, 0, 0), orig.Set(0, 0, 1, 0), orig.Set(0, 0, 2, top);  // pure red
+    orig.FillRandom(bits, top);
+    orig.Set(0, 0, 0, 0), orig.Set(0, 0, 0, 1), orig.Set(0, 0, top, 2);  // pure red
 
     Image wb = orig;
     IMPROCOPTIONS o = Neutral();
@@ -254,26 +220,26 @@ TEST(ImProc, ColourWhiteBalanceSaturationAndHue) {
 TEST(ImProc, UserFilterBoxAndOrientation) {
   for (uint16_t bits : kFormats) {
     Image orig(5, 4, bits);
-    orig.Fill(bits + 1, bits == 8 || bits == 24 ? 255 : 65535);
+    orig.FillRandom(bits + 1, bits == 8 || bits == 24 ? 255 : 65535);
     IMPROCOPTIONS o = Neutral();
     o.FilterCode = 5;
     o.UserFilter.dim = 3;
     // Only the coefficient above the centre: each pixel takes the one above
-    // it in the picture (memory row r + 1), the top row repeats itself.
+    // it in the picture, the top row repeats itself.
     o.UserFilter.Coef[0][1] = 1;
     Image img = orig;
     ASSERT_EQ(img.Apply(o), XE_OK);
-    for (uint32_t r = 0; r < 4; ++r)
+    for (uint32_t y = 0; y < 4; ++y)
       for (uint32_t x = 0; x < 5; ++x)
         for (uint32_t c = 0; c < img.Channels(); ++c)
-          ASSERT_EQ(img.Get(x, r, c), orig.Get(x, std::min(r + 1, 3u), c));
+          ASSERT_EQ(img.Get(x, y, c), orig.Get(x, y == 0 ? 0 : y - 1, c));
   }
   // A 3 x 3 box summed and shifted by 3 (divided by 8, rounded) on a gray
   // 3 x 3 image, edges repeated: worked by hand.
   Image img(3, 3, 8);
-  const uint32_t v[3][3] = {{8, 16, 24}, {0, 40, 0}, {80, 0, 8}};  // memory rows
+  const uint32_t v[3][3] = {{8, 16, 24}, {0, 40, 0}, {80, 0, 8}};  // picture rows
   for (uint32_t r = 0; r < 3; ++r)
-    for (uint32_t x = 0; x < 3; ++x) img.Set(x, r, 0, v[r][x]);
+    for (uint32_t x = 0; x < 3; ++x) img.Set(x, r, v[r][x]);
   IMPROCOPTIONS o = Neutral();
   o.FilterCode = 5;
   o.UserFilter.dim = 3;
@@ -283,8 +249,8 @@ TEST(ImProc, UserFilterBoxAndOrientation) {
     for (auto &c : row) c = 1;
   o.UserFilter.Coef[3][3] = 99;  // outside dim: not used
   ASSERT_EQ(img.Apply(o), XE_OK);
-  // Centre: 176 / 8 = 22, + 1. Memory (0,0): rows 0,0,1 x columns 0,0,1 =
-  // 8+8+16 + 8+8+16 + 0+0+40 = 104 -> 13 + 1. Memory (2,2): rows 1,2,2 x
+  // Centre: 176 / 8 = 22, + 1. Pixel (0,0): rows 0,0,1 x columns 0,0,1 =
+  // 8+8+16 + 8+8+16 + 0+0+40 = 104 -> 13 + 1. Pixel (2,2): rows 1,2,2 x
   // columns 1,2,2 = 40+0+0 + 0+8+8 + 0+8+8 = 72 -> 9 + 1.
   EXPECT_EQ(std::tuple(img.Get(1, 1), img.Get(0, 0), img.Get(2, 2)), std::tuple(23u, 14u, 10u));
 }
@@ -295,18 +261,18 @@ TEST(ImProc, FixedFiltersKeepFlatImagesAndTheMedianRemovesAnOutlier) {
       Image img(6, 5, bits);
       for (uint32_t r = 0; r < 5; ++r)
         for (uint32_t x = 0; x < 6; ++x)
-          for (uint32_t c = 0; c < img.Channels(); ++c) img.Set(x, r, c, 100 + c);
+          for (uint32_t c = 0; c < img.Channels(); ++c) img.Set(x, r, 100 + c, c);
       const Image flat = img;
       IMPROCOPTIONS o = Neutral();
       o.FilterCode = code;
       ASSERT_EQ(img.Apply(o), XE_OK);
       EXPECT_EQ(img.px, flat.px) << code << " " << bits;
-      img.Set(2, 2, 0, 250);
+      img.Set(2, 2, 250);
       ASSERT_EQ(img.Apply(o), XE_OK);
       if (code == 4) {
         EXPECT_EQ(img.px, flat.px);
       } else if (code == 1) {
-        EXPECT_EQ(img.Get(2, 2, 0), img.Wide() ? 850u : 255u);  // 250 + 4 * 150
+        EXPECT_EQ(img.Get(2, 2, 0), img.SampleBytes() == 2 ? 850u : 255u);  // 250 + 4 * 150
         EXPECT_EQ(img.Get(2, 3, 0), 0u);    // 100 - 150
       } else if (code == 2) {
         EXPECT_EQ(img.Get(2, 2, 0), 138u);  // 100 + 150 * 4 / 16 = 137.5
@@ -316,7 +282,7 @@ TEST(ImProc, FixedFiltersKeepFlatImagesAndTheMedianRemovesAnOutlier) {
 
 TEST(ImProc, RefusedInputLeavesTheImageAlone) {
   Image img(4, 3, 24);
-  img.Fill(5, 255);
+  img.FillRandom(5, 255);
   const Image before = img;
   IMPROCOPTIONS o = Neutral();
   o.Bright = 300;  // would change the image if it ran

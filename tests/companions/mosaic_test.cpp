@@ -4,11 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include "support/bitmap.h"
+#include "companions/sample_image.h"
 
 #include <cmath>
-#include <cstring>
-#include <random>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -26,52 +24,7 @@ const char *const kPatterns[5][2] = {
     {"GGGG", "GGGG"}, {"GBRG", "RGGB"}, {"BGGR", "GRBG"}, {"GBGB", "RGRG"}, {"RGRG", "GBGB"}};
 char SiteColour(uint32_t code, uint32_t x, uint32_t y) { return kPatterns[code][y & 1][x & 3]; }
 
-// An image in a buffer of exactly its size; the row padding holds 0xCD so
-// that writes into it show.
-struct Image {
-  BitmapInfoHeader h{};
-  std::vector<uint8_t> px;
-
-  Image(int32_t w, int32_t height, uint16_t bits, uint32_t levels = 0) {
-    h = testsupport::Bitmap(w, height, bits, 0, levels);
-    h.biSizeImage = XefPixarSize(&h);
-    px.assign(h.biSizeImage, 0xCD);
-    Fill([](uint32_t, uint32_t, uint32_t) { return 0u; });
-  }
-  uint32_t W() const { return static_cast<uint32_t>(h.biWidth); }
-  uint32_t H() const { return static_cast<uint32_t>(std::abs(h.biHeight)); }
-  uint32_t Channels() const { return h.biBitCount == 24 || h.biBitCount == 48 ? 3 : 1; }
-  uint32_t Bytes() const { return h.biBitCount == 16 || h.biBitCount == 48 ? 2 : 1; }
-  // Sample c of picture pixel (x, y), y from the top of the picture.
-  uint8_t *Addr(uint32_t x, uint32_t y, uint32_t c = 0) {
-    return px.data() + static_cast<size_t>(XefMemWidth(&h)) * (H() - 1 - y) + (x * Channels() + c) * Bytes();
-  }
-  uint32_t Get(uint32_t x, uint32_t y, uint32_t c = 0) {
-    if (Bytes() == 1) return *Addr(x, y, c);
-    uint16_t v;
-    std::memcpy(&v, Addr(x, y, c), 2);
-    return v;
-  }
-  void Set(uint32_t x, uint32_t y, uint32_t value, uint32_t c = 0) {
-    if (Bytes() == 1) {
-      *Addr(x, y, c) = static_cast<uint8_t>(value);
-    } else {
-      const uint16_t v = static_cast<uint16_t>(value);
-      std::memcpy(Addr(x, y, c), &v, 2);
-    }
-  }
-  template <typename F>
-  void Fill(F f) {
-    for (uint32_t y = 0; y < H(); ++y)
-      for (uint32_t x = 0; x < W(); ++x)
-        for (uint32_t c = 0; c < Channels(); ++c) Set(x, y, f(x, y, c), c);
-  }
-  void FillRandom(uint32_t seed, uint32_t max) {
-    std::mt19937 rng(seed);
-    Fill([&](uint32_t, uint32_t, uint32_t) { return static_cast<uint32_t>(rng() % (max + 1)); });
-  }
-  uint8_t *P() { return px.data(); }
-};
+using companiontest::Image;
 
 // ---- White balance -----------------------------------------------------------
 
