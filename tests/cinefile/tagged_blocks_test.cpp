@@ -29,7 +29,6 @@ T Aux(CineHandle c, int32_t image, uint32_t tag) {
   return v;
 }
 Time64 TimeOf(CineHandle c, int32_t image) { return Aux<Time64>(c, image, 1002); }
-auto SecondsAndFraction(Time64 t) { return Fields(t.seconds, t.fractions & ~3u); }
 
 TEST(Time1Block, BecomesTimeAndExposureBlocksOfTheStoredImages) {
   for (bool behindSkipBlock : {false, true}) {
@@ -71,13 +70,10 @@ TEST(Time1Block, WithoutRoomForExposuresOnlyTimesRemain) {
 TEST(Time1Block, ThatDoesNotHoldTheStoredImagesIsDropped) {
   CineBuilder b;
   b.Range(0, 100, 95, 10).AddBlock(1001, Time1Payload(100, false));  // images 95 to 104
-  b.setup().SetU32(setup::kFrameRate, 100);
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
   EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u);
   EXPECT_EQ(cinetest::OffsetOf(o.cine, 2), b.layout().ImageRecords[2]);
-  // Times are then computed from the trigger time and the rate.
-  EXPECT_EQ(SecondsAndFraction(TimeOf(o.cine, 150)), Fields(1700000001u, 0x80000000u));
 }
 
 TEST(TaggedBlocks, InvalidFirstBlockIsReportedAndTheAreaIgnored) {
@@ -86,8 +82,7 @@ TEST(TaggedBlocks, InvalidFirstBlockIsReportedAndTheAreaIgnored) {
   b.setup().SetU32(setup::kFrameRate, 1000);
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
-  const Time64 t = TimeOf(o.cine, 1);  // computed, internal clock
-  EXPECT_EQ(Fields(t.seconds, t.fractions & 3u), Fields(1700000000u, 3u));
+  EXPECT_EQ(TimeOf(o.cine, 1).seconds, 1700000000u);  // computed: the block's 2 is not read
   uint32_t v;
   EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1004, 4, &v), XE_ERR_AUX_TAG_ABSENT);
 }
@@ -141,21 +136,19 @@ TEST(AuxData, TimesAndExposures) {
   CineBuilder b;
   b.Images(-1, 3).AddBlock(1002, Payload().Time(0x80000003, 100).Time(7, 101).Time(3, 102))
       .AddBlock(1003, U32s({4294967, 0, 42949673}));
-  b.setup().SetU32(setup::kFrameRate, 10).SetU32(setup::kShutterNs, 2000000);
+  b.setup().SetU32(setup::kShutterNs, 2000000);
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
   Time64 t = TimeOf(o.cine, 0);
   EXPECT_EQ(Fields(t.seconds, t.fractions), Fields(101u, 7u));
   EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1002, 7, &t), XE_ERR_AUX_TOO_SMALL);
-  // Outside the block the time is computed from the trigger time and rate.
-  EXPECT_EQ(SecondsAndFraction(TimeOf(o.cine, 5)), Fields(1700000000u, 0x80000000u));
   // Exposures in microseconds; image 9 has the nominal shutter.
   auto us = [&](int32_t n) { return Aux<uint32_t>(o.cine, n, 1003); };
   EXPECT_EQ(Fields(us(-1), us(1), us(9)), Fields(1000u, 10000u, 2000u));
   EXPECT_EQ(XeGetCineAuxData(o.cine, 0, 1003, 3, &t), XE_ERR_AUX_TOO_SMALL);
 }
 
-TEST(AuxData, TimecodeFromTheBlockOrComputed) {
+TEST(AuxData, TimecodeAndUserBitsFromTheBlock) {
   CineBuilder b;
   b.Images(0, 2).AddBlock(1007, Payload().U8(0x01).U8(0).U8(0).U8(0x12).U32(0xCAFE)
                                     .U8(0x02).U8(0).U8(0).U8(0x12).U32(0));
@@ -164,20 +157,6 @@ TEST(AuxData, TimecodeFromTheBlockOrComputed) {
   TCU u = Aux<TCU>(stored.cine, 0, 1008);
   EXPECT_EQ(Fields(u.hours, u.frames, u.TCUserBits), Fields(12u, 1u, 0xCAFEu));
   EXPECT_EQ(XeGetCineAuxData(stored.cine, 0, 1008, 43, &u), XE_ERR_AUX_TOO_SMALL);
-
-  CineBuilder c;
-  c.Images(-3, 6);
-  c.setup().SetF32(setup::kTCRate, 25.0f).SetU8(setup::kTimeCode + 3, 0x10);  // 10:00:00:00
-  Opened computed(c.Build());
-  ASSERT_EQ(computed.status, 0);
-  auto hmsf = [&](int32_t n) {
-    const TC tc = Aux<TC>(computed.cine, n, 1007);
-    return Fields<int, int, int, int>(tc.hours, tc.minutes, tc.seconds, tc.frames);
-  };
-  EXPECT_EQ(hmsf(-1), Fields(0x09, 0x59, 0x59, 0x24));
-  EXPECT_EQ(hmsf(50), Fields(0x10, 0x00, 0x02, 0x00));
-  TC tc{};
-  EXPECT_EQ(XeGetCineAuxData(computed.cine, 0, 1007, 4, &tc), XE_ERR_AUX_TOO_SMALL);
 }
 
 TEST(TaggedBlocks, ChainWalksStopAtTheEndOfTheChain) {
