@@ -5,7 +5,6 @@
 
 #include "fixtures/cine_builder.h"
 #include "support/log_to_file.h"
-#include "frame/messages.h"
 #include "frame/plugins.h"
 #include "frame/start.h"
 #include "frame/status.h"
@@ -30,8 +29,6 @@ TEST(MergeStatus, LatestFailureWinsAndAWarningNeverHidesAFailure) {
   int32_t s = 0;
   for (int32_t r : {2007, -2013, 2006, 0, -2015, 2002}) xe::Merge(s, r);
   EXPECT_EQ(s, -2015);
-  // A message box of the data path only logs and answers 0: nobody waits.
-  EXPECT_EQ(xe::ReportMessage(nullptr, "text", "Caption", xe::kStyleError), 0);
 }
 
 TEST(LogFlags, ComeFromTheSettingsAtTheFirstStartOnly) {
