@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/bitmap.h"
+#include "companions/sample_image.h"
 
 #include <algorithm>
 #include <cmath>
@@ -75,43 +75,21 @@ Picture Texture(uint32_t w, uint32_t h) {
   });
 }
 
-struct Image {
-  BitmapInfoHeader h{};
-  std::vector<uint8_t> px;
-};
+using companiontest::Image;
 
-uint32_t Stride(uint32_t w, uint32_t bits) { return (w * bits + 31) / 32 * 4; }
-
-// The mosaic of a picture in a buffer big enough for the colour result;
-// memory row r holds picture row h - 1 - r. With `wrongPhase` each row is
-// sampled through the pattern row of its neighbour: what a library that
-// counted pattern rows from the wrong end would take for this picture.
-// `white` is the sample of 1.0 when not the top of the depth.
+// The mosaic of a picture in a buffer big enough for the colour result. With
+// `wrongPhase` each row is sampled through the pattern row of its neighbour:
+// what a library that counted pattern rows from the wrong end would take for
+// this picture. `white` is the sample of 1.0 when not the top of the depth.
 Image Mosaic(Picture &p, uint32_t code, uint32_t bits, bool wrongPhase = false, float white = 0) {
-  Image im;
-  im.h = testsupport::Bitmap(static_cast<int32_t>(p.w), static_cast<int32_t>(p.h),
-                             static_cast<uint16_t>(bits));
-  im.h.biSizeImage = Stride(p.w, bits) * p.h;
-  im.px.assign(Stride(p.w, 3 * bits) * p.h, 0);
+  Image im(static_cast<int32_t>(p.w), static_cast<int32_t>(p.h), static_cast<uint16_t>(bits));
   const float maxv = white > 0 ? white : bits == 8 ? 255.f : 65535.f;
-  for (uint32_t r = 0; r < p.h; ++r)
-    for (uint32_t x = 0; x < p.w; ++x) {
-      uint32_t y = p.h - 1 - r;
-      uint32_t v = static_cast<uint32_t>(
-          std::lround(p.At(x, y)[PictureColour(code, x, y + (wrongPhase ? 1 : 0))] * maxv));
-      uint8_t *row = im.px.data() + static_cast<size_t>(Stride(p.w, bits)) * r;
-      if (bits == 8)
-        row[x] = static_cast<uint8_t>(v);
-      else
-        reinterpret_cast<uint16_t *>(row)[x] = static_cast<uint16_t>(v);
-    }
+  im.Fill([&](uint32_t x, uint32_t y, uint32_t) {
+    const int colour = PictureColour(code, x, y + (wrongPhase ? 1 : 0));
+    return static_cast<uint32_t>(std::lround(p.At(x, y)[colour] * maxv));
+  });
+  im.px.resize((3 * bits * p.w + 31) / 32 * 4 * p.h);  // rows of whole words
   return im;
-}
-
-double Sample(const Image &im, uint32_t x, uint32_t r, uint32_t ch) {
-  uint32_t bits = im.h.biBitCount / 3;
-  const uint8_t *row = im.px.data() + static_cast<size_t>(Stride(im.h.biWidth, im.h.biBitCount)) * r;
-  return bits == 8 ? row[3 * x + ch] : reinterpret_cast<const uint16_t *>(row)[3 * x + ch];
 }
 
 // Colour PSNR of a demosaicked image against the picture, leaving out a
@@ -119,10 +97,10 @@ double Sample(const Image &im, uint32_t x, uint32_t r, uint32_t ch) {
 double Psnr(const Image &im, Picture &p) {
   double maxv = im.h.biBitCount == 24 ? 255.0 : 65535.0, se = 0;
   size_t n = 0;
-  for (uint32_t r = 2; r + 2 < p.h; ++r)
+  for (uint32_t y = 2; y + 2 < p.h; ++y)
     for (uint32_t x = 2; x + 2 < p.w; ++x)
       for (uint32_t ch = 0; ch < 3; ++ch) {
-        double d = Sample(im, x, r, 2 - ch) / maxv - p.At(x, p.h - 1 - r)[ch];
+        double d = im.Get(x, y, 2 - ch) / maxv - p.At(x, y)[ch];
         se += d * d;
         ++n;
       }
@@ -132,7 +110,7 @@ double Psnr(const Image &im, Picture &p) {
 double Demosaicked(Picture &p, uint32_t code, uint32_t id) {
   Image im = Mosaic(p, code, 8);
   EXPECT_EQ(XeInterpolateColor(&im.h, im.px.data(), code, id + 0x100), 0);
-  EXPECT_EQ(std::tuple(+im.h.biBitCount, im.h.biSizeImage), std::tuple(24, Stride(p.w, 24) * p.h));
+  EXPECT_EQ(std::tuple(+im.h.biBitCount, im.h.biSizeImage), std::tuple(24, (3 * p.w + 3) / 4 * 4 * p.h));
   return Psnr(im, p);
 }
 
@@ -177,11 +155,11 @@ TEST(Demosaic, FlatGreyIsExactAtEverySizeAndDepth) {
           Picture flat = Make(w, h, [](float, float, float *c) { c[0] = c[1] = c[2] = 0.4f; });
           Image im = Mosaic(flat, code, bits);
           ASSERT_EQ(XeInterpolateColor(&im.h, im.px.data(), code, id), 0);
-          double v = Sample(im, 0, 0, 0);
-          for (uint32_t r = 0; r < h; ++r)
+          const uint32_t v = im.Get(0, 0);
+          for (uint32_t y = 0; y < h; ++y)
             for (uint32_t x = 0; x < w; ++x)
               for (uint32_t ch = 0; ch < 3; ++ch)
-                ASSERT_EQ(Sample(im, x, r, ch), v) << w << "x" << h << " bits " << bits << " code " << code
+                ASSERT_EQ(im.Get(x, y, ch), v) << w << "x" << h << " bits " << bits << " code " << code
                                                    << " id " << id;
         }
 }
@@ -191,16 +169,16 @@ TEST(Demosaic, FlatGreyIsExactAtEverySizeAndDepth) {
 TEST(Demosaic, SharpEdgesStayWithinTheWhiteOfTheHeader) {
   // White on the left, near black on the right.
   Picture edge = Make(32, 16, [](float x, float, float *c) { c[0] = c[1] = c[2] = x < 16 ? 1 : 0.025f; });
-  for (auto [bits, levels, white] : {std::tuple(16u, 4096u, 4095.0), std::tuple(8u, 0u, 255.0)})
+  for (auto [bits, levels, white] : {std::tuple(16u, 4096u, 4095u), std::tuple(8u, 0u, 255u)})
     for (uint32_t code : {1u, 3u, 4u})
       for (uint32_t id : kIds) {
-        Image im = Mosaic(edge, code, bits, false, white);
+        Image im = Mosaic(edge, code, bits, false, static_cast<float>(white));
         im.h.biClrImportant = levels;
         ASSERT_EQ(XeInterpolateColor(&im.h, im.px.data(), code, id), 0);
-        double top = 0;
-        for (uint32_t r = 0; r < 16; ++r)
+        uint32_t top = 0;
+        for (uint32_t y = 0; y < 16; ++y)
           for (uint32_t x = 0; x < 32; ++x)
-            for (uint32_t ch = 0; ch < 3; ++ch) top = std::max(top, Sample(im, x, r, ch));
+            for (uint32_t ch = 0; ch < 3; ++ch) top = std::max(top, im.Get(x, y, ch));
         EXPECT_EQ(top, white) << "bits " << bits << " code " << code << " id " << id;
       }
 }
@@ -208,11 +186,11 @@ TEST(Demosaic, SharpEdgesStayWithinTheWhiteOfTheHeader) {
 TEST(Demosaic, GreyCodeCopiesEachSample) {
   Picture p = Texture(9, 4);
   Image im = Mosaic(p, 4, 8);
-  std::vector<uint8_t> before = im.px;
+  const Image mosaic = im;
   ASSERT_EQ(XeInterpolateColor(&im.h, im.px.data(), 0, kDemosaicBest), 0);
-  for (uint32_t r = 0; r < 4; ++r)
+  for (uint32_t y = 0; y < 4; ++y)
     for (uint32_t x = 0; x < 9; ++x)
-      for (uint32_t ch = 0; ch < 3; ++ch) EXPECT_EQ(Sample(im, x, r, ch), before[Stride(9, 8) * r + x]);
+      for (uint32_t ch = 0; ch < 3; ++ch) EXPECT_EQ(im.Get(x, y, ch), mosaic.Get(x, y));
 }
 
 TEST(Demosaic, NoneAndBadInputLeaveTheImageAlone) {
