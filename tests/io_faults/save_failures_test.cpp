@@ -1,13 +1,10 @@
 // Cine saves whose writes fail at a chosen place: the last image, the table
 // of image offsets written at the end, the image count patched after a stop.
 // Each failure reaches the save's status, with and without the saving thread.
-// And a slow disk, which holds the saving thread's job back.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <atomic>
-#include <chrono>
-#include <thread>
+#include <functional>
 #include <string>
 
 #include "cinefile/cine_test_support.h"
@@ -100,33 +97,6 @@ TEST_F(SaveFailures, AFailedWriteAnywhereIsTheSavesStatus) {
       }
     }
   }
-}
-
-// At the report before group i, the writes of the groups up to i - 2 are done.
-std::atomic<uint32_t> g_imagesWritten{0};
-bool g_aheadByMore = false;
-int32_t CheckAhead(uint32_t percent, CineHandle) {
-  const uint32_t i = (percent * kCount + 99) / 100;  // one image a group
-  if (percent < 100 && i >= 2 && g_imagesWritten.load() < i - 1) g_aheadByMore = true;
-  return 1;
-}
-
-TEST_F(SaveFailures, ASlowDiskHoldsTheFetchesToOneGroupAhead) {
-  cinetest::Opened src(Recording());
-  const std::string path = dir.path() + "/slow.cine";
-  ASSERT_EQ(XeSetCineSaveOptions(src.cine, path.c_str(), 0, 0, 100), 0);
-  const size_t payload = kRecord - 8;
-  faults::FailingWrites slow(
-      path,
-      [&](int, off_t, size_t n) {
-        if (n == payload) std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        return false;
-      },
-      [&](size_t n) { g_imagesWritten += n == payload; });
-  // The job waits for the saving thread to be free before it hands a group over.
-  EXPECT_EQ(XeWriteCineFile(src.cine, CheckAhead), 0);
-  EXPECT_EQ(g_imagesWritten.load(), kCount);
-  EXPECT_FALSE(g_aheadByMore);
 }
 
 }  // namespace
