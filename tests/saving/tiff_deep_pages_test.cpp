@@ -1,6 +1,6 @@
-// Pages of 12 and 16 bits in one multipage file, read back page by page:
-// 16-bit samples go in as they are, 8-bit ones move to the high byte, and a
-// 12-bit page keeps the top twelve bits of each sample.
+// Pages of 12 and 16 bits and a colour one in one multipage file, read back
+// page by page: 16-bit samples go in as they are, 8-bit ones move to the high
+// byte, and a 12-bit page keeps the top twelve bits of each sample.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -45,27 +45,36 @@ TEST(TiffDeepPages, TwelveAndSixteenBitPagesReadBack) {
   uint32_t position = 8;
   std::vector<uint32_t> starts;
   auto page = [&](uint16_t bits, const void *px, size_t bytes, int16_t type, bool last) {
-    BitmapInfoHeader h = testsupport::Bitmap(4, 2, bits, 0, bits == 16 ? 0x10000 : 0);
+    BitmapInfoHeader h = testsupport::Bitmap(4, 2, bits, 0, bits >= 16 ? 0x10000 : 0);
     std::vector<uint8_t> copy(static_cast<const uint8_t *>(px), static_cast<const uint8_t *>(px) + bytes);
     starts.push_back(position);
     EXPECT_EQ(xe::WriteTiffPage(f, &h, copy.data(), &position, type, &t, last, true), 0) << type;
   };
   page(16, kWide.data(), 16, -9, false);
   page(16, kWide.data(), 16, -10, false);
-  page(8, kNarrow.data(), 8, -10, true);
+  page(8, kNarrow.data(), 8, -10, false);
+  // A colour page cut to 8 bits keeps the high bytes and gives its depth as one LONG.
+  const std::vector<uint16_t> colour(24, 0x1234);
+  page(48, colour.data(), 48, -8, true);
   xe::XefFileClose(f);
 
   const fixture::Bytes file = out.Read();
   ASSERT_EQ(file.size(), position);
-  const uint32_t depth[3] = {12, 16, 16}, bytes[3] = {12, 16, 16};
-  for (uint32_t p = 0; p < 3; ++p) {
+  const uint32_t depth[4] = {12, 16, 16, 8}, bytes[4] = {12, 16, 16, 24};
+  for (uint32_t p = 0; p < 4; ++p) {
     SCOPED_TRACE(p);
     const uint32_t at = starts[p];
     ASSERT_EQ(GetU16(file, at), 13u);
     EXPECT_EQ(GetU32(file, at + 2 + 3 * 12 + 8), depth[p]);  // tag 258
     EXPECT_EQ(GetU32(file, at + 2 + 8 * 12 + 8), bytes[p]);  // tag 279
-    EXPECT_EQ(GetU32(file, at + 158), p < 2 ? starts[p + 1] : 0u);
+    EXPECT_EQ(GetU32(file, at + 158), p < 3 ? starts[p + 1] : 0u);
   }
+  EXPECT_EQ(GetU16(file, starts[3] + 2 + 3 * 12 + 2), 4u);  // LONG
+  EXPECT_EQ(file[GetU32(file, starts[3] + 2 + 6 * 12 + 8)], 0x12);
+  // The 12-bit strip holds each sample's top twelve bits, most significant first.
+  const uint32_t strip = GetU32(file, starts[0] + 2 + 6 * 12 + 8);  // tag 273
+  EXPECT_EQ(fixture::Bytes(file.begin() + strip, file.begin() + strip + 12),
+            (fixture::Bytes{0x12, 0x3a, 0xbc, 0x00, 0x1f, 0xff, 0x01, 0x00, 0x20, 0x03, 0x00, 0x40}));
 
   // The 12-bit page, unpacked: the first sample of each pair comes back
   // left-aligned; the second keeps its low four bits in bits 0 to 3; and the
