@@ -1,6 +1,6 @@
-// The XML header beside a saved file: the header elements, the gating of the
-// Setup fields by Length, the per-image blocks of the save range, range data
-// and its escapes, and a check of the whole text by a real XML parser.
+// The XML header beside a saved file: the header elements, the per-image
+// blocks of the save range, range data and its escapes, and a check of the
+// whole text by a real XML parser.
 #include "saving/xml_header.h"
 
 #include <cstdio>
@@ -53,22 +53,6 @@ class XmlHeaderTest : public ::testing::Test {
   TempDir dir;
   std::string text;
 };
-
-TEST_F(XmlHeaderTest, ShortSetupPrintsOnlyTheFieldsItHolds) {
-  CineBuilder b;
-  b.setup().SetU8(setup::kTrigFrame, 2).SetU8(setup::kMark, 'S').SetU8(setup::kMark + 1, 'T');
-  Opened o(b.Build());
-  ASSERT_EQ(o.status, 0);
-  ASSERT_EQ(Write(o.cine, 0, 3, [](Cine *c) { c->H.Setup.Length = 144; }), 0);
-  Has("<CameraSetup><TrigFrame>2</TrigFrame><Mark>ST</Mark><Length>144</Length>"
-      "</CameraSetup>");
-  // The last field appears exactly when Length passes its offset.
-  ASSERT_EQ(Write(o.cine, 0, 3, [](Cine *c) { c->H.Setup.Length = 6904; }), 0);
-  EXPECT_FALSE(testsupport::Contains(text, "<FRPShape>"));
-  Has("<fGain16_8>");
-  ASSERT_EQ(Write(o.cine, 0, 3, [](Cine *c) { c->H.Setup.Length = 6905; }), 0);
-  EXPECT_EQ(Count(text, "<FRPShape no="), 16u);
-}
 
 TEST_F(XmlHeaderTest, WithoutBlocksTheRootHoldsThreeElements) {
   CineBuilder b;
