@@ -1,8 +1,9 @@
 // A cine written image by image: readable after every image, complete and
-// compact after closing.
+// compact after closing, its block chain ending at the last block.
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -96,8 +97,44 @@ TEST(CineStreamWriter, ReadableAfterEveryImageAndCompactWhenClosed) {
   EXPECT_EQ(XeGetCineAuxData(o.cine, 2, 1002, 8, &t), 0);
   EXPECT_EQ(t.seconds, 1700000000u);
   EXPECT_NEAR(t.fractions / 4294967296.0, 0.002, 1e-6);
-  // Closed, the blocks hold just the five images: 5 x (8+4+1+4+6+8) + 6 x 8.
-  EXPECT_EQ(fixture::GetU32(cinetest::FileBytes(path), 32), 7324u + 5 * 31 + 6 * 8);
+}
+
+// Closed after fewer images than were reserved, the blocks are moved
+// together, and each still says whether another one follows.
+TEST(CineStreamWriter, OnlyTheLastBlockSaysNoMoreFollowAfterClosing) {
+  Written in;
+  in.params.MaxImages = 4;
+  // Tags in the order a camera makes them, and their bytes for each image.
+  const std::pair<uint16_t, uint32_t> blocks[] = {{1002, 8}, {1003, 4}, {1005, 1},
+                                                  {1006, 4}, {1004, 6}, {1007, 8}};
+  fixture::TempDir dir;
+  for (uint32_t n : {0u, 3u, 4u}) {  // none, fewer than reserved, all
+    SCOPED_TRACE(n);
+    const std::string path = dir.path() + "/w" + std::to_string(n) + ".cine";
+    CineWriterHandle w = nullptr;
+    ASSERT_EQ(XefCineWriterOpen(path.c_str(), &in.params, &w), 0);
+    for (uint32_t i = 0; i < n; ++i) ASSERT_EQ(XefCineWriterAddImage(w, in.Image(i), nullptr, i, nullptr), 0);
+    ASSERT_EQ(XefCineWriterClose(w), 0);
+
+    const fixture::Bytes f = cinetest::FileBytes(path);
+    ASSERT_GT(f.size(), 7324u);
+    uint32_t at = 7324;
+    for (size_t k = 0; k < std::size(blocks); ++k) {
+      SCOPED_TRACE(blocks[k].first);
+      EXPECT_EQ(fixture::GetU16(f, at + 4), blocks[k].first);
+      EXPECT_EQ(fixture::GetU16(f, at + 6), k + 1 < std::size(blocks) ? 1 : 0);
+      EXPECT_EQ(fixture::GetU32(f, at), 8 + n * blocks[k].second);
+      at += fixture::GetU32(f, at);
+    }
+    EXPECT_EQ(fixture::GetU32(f, 32), at) << "the table follows the last block";
+    EXPECT_EQ(fixture::GetU32(f, 20), n);
+    for (uint32_t i = 0; i < n; ++i) {
+      const uint64_t record = fixture::GetU64(f, at + 8 * i);
+      ASSERT_LT(record + 8, f.size());
+      EXPECT_EQ(fixture::GetU32(f, record + 4), 64u) << "image " << i;
+      EXPECT_EQ(f[record + 8], in.Image(i)[0]) << "image " << i;
+    }
+  }
 }
 
 TEST(CineStreamWriter, RefusesWhatTheFormatCannotHold) {
