@@ -1,12 +1,9 @@
-// The local control companion: named settings, mutexes, ranges and time
-// arithmetic.
+// The local control companion: named settings, ranges and time arithmetic.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
-#include <thread>
 
 #include "companions/con/services.h"
 #include "companions/con/settings.h"
@@ -78,23 +75,6 @@ TEST(Settings, KeepWorkingInMemoryWhenTheFileCannotBeWritten) {
   ReloadSettings();
 }
 
-TEST(Mutexes, TimeOutWhileAnotherThreadHoldsThem) {
-  std::timed_mutex m;
-  EXPECT_EQ(XefAcquireMutex(nullptr, 10), XE_ERR_NULL_ARGUMENT);
-  std::thread holder([&] {
-    ASSERT_EQ(XefAcquireMutex(&m, 0), XE_OK);
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    XefReleaseMutex(&m);
-  });
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  uint32_t t0 = XefMilisec();
-  EXPECT_EQ(XefAcquireMutex(&m, 40), XE_ERR_MUTEX_TIMEOUT);
-  EXPECT_GE(XefMilisec() - t0, 35u);
-  EXPECT_EQ(XefAcquireMutex(&m, 5000), XE_OK);
-  XefReleaseMutex(&m);
-  holder.join();
-}
-
 TEST(IntersectRanges, CutsTheRangeAndTellsWhetherItWasWhole) {
   struct Case {
     int32_t first;
@@ -145,14 +125,6 @@ TEST(Time64Arithmetic, AddKeepsTheFlagBitsAndSaturates) {
     EXPECT_EQ(uint32_t{t.fractions}, k.outFractions) << k.seconds << " + " << k.add;
     EXPECT_EQ(uint32_t{t.seconds}, k.outSeconds) << k.seconds << " + " << k.add;
   }
-}
-
-TEST(Time64Arithmetic, DifferenceIgnoresTheFlagBits) {
-  Time64 a{0x80000003u, 10}, b{0x00000001u, 12};
-  EXPECT_DOUBLE_EQ(XefSubTime64(&a, &b), -1.5);
-  EXPECT_DOUBLE_EQ(XefSubTime64(&b, &a), 1.5);
-  Time64 c{0x00000000u, 0}, d{0xFFFFFFFFu, 0xFFFFFFFFu};
-  EXPECT_NEAR(XefSubTime64(&d, &c), 4294967296.0, 1e-6);
 }
 
 }  // namespace
