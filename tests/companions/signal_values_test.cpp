@@ -65,14 +65,6 @@ TEST(SignalValues, RealValuesFollowRangeCodeAndGain) {
   EXPECT_DOUBLE_EQ(XefRealSigVal(-16384, 2, &s), -5.0);
   EXPECT_DOUBLE_EQ(XefRealSigVal(8192, 9, &s), -1.25);
   EXPECT_DOUBLE_EQ(XefRealSigVal(16384, 0, nullptr), 5.0);
-
-  double lo = 0, hi = 0;
-  XefAnaMinMaxRng(&s, 0, &lo, &hi);
-  EXPECT_DOUBLE_EQ(lo, -10.0);
-  EXPECT_DOUBLE_EQ(hi, 32767.0 / 32768.0 * 10.0);
-  XefAnaMinMaxRng(&s, 12, &lo, &hi);  // a negative gain turns the range over
-  EXPECT_DOUBLE_EQ(lo, 5.0);
-  EXPECT_DOUBLE_EQ(hi, -32767.0 / 32768.0 * 5.0);
 }
 
 }  // namespace
