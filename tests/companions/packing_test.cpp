@@ -155,17 +155,4 @@ TEST(LinearizationCurve, StrictlyIncreasingFullScaleWithAnExactInverse) {
   }
 }
 
-TEST(LinearizationCurve, OnlyTenToFourteenBitsOfPackedDataExists) {
-  uint16_t table[1024];
-  ASSERT_EQ(XefBuildLinearizationLut(256, 10, 14, table), 0);
-  EXPECT_EQ(std::memcmp(table, LinearizationTable(), sizeof table), 0);
-  const int32_t bad[][3] = {{256, 12, 14}, {256, 10, 16}, {0, 10, 14}};
-  for (const auto &a : bad) {
-    std::fill(std::begin(table), std::end(table), 0xBEEF);
-    EXPECT_EQ(XefBuildLinearizationLut(a[0], int16_t(a[1]), int16_t(a[2]), table), -304);
-    EXPECT_TRUE(std::all_of(std::begin(table), std::end(table),
-                            [](uint16_t v) { return v == 0xBEEF; }));
-  }
-}
-
 }  // namespace
