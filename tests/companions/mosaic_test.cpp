@@ -92,16 +92,6 @@ TEST(WhiteBalance, RoundsAndSaturatesAtTheTopOfTheDepth) {
 
 // ---- Cross-talk ----------------------------------------------------------------
 
-TEST(CrossTalk, CoefficientZeroChangesNothingAndNoModelCompensates) {
-  Image img(9, 7, 16);
-  img.FillRandom(2, 65535);
-  const std::vector<uint8_t> before = img.px;
-  for (uint32_t cfa = 0; cfa <= 4; ++cfa) EXPECT_EQ(XefCompCT(&img.h, img.P(), cfa, 0), XE_OK);
-  EXPECT_EQ(XefCompCT(&img.h, img.P(), 0, 300), XE_OK);  // gray
-  EXPECT_EQ(img.px, before);
-  for (uint32_t model : {0u, 4u, 1030u, 0xFFFFFFFFu}) EXPECT_EQ(XefGetCompCTCoef(model), 0u);
-}
-
 TEST(CrossTalk, WholeImageFollowsTheModelAcrossBands) {
   // Against the model computed directly from an untouched copy: a step that
   // read a neighbour it had already corrected (at a band edge, say) is off
@@ -177,25 +167,6 @@ TEST(Shift, LeftThenRightRestoresAndLeftSaturates) {
 
   Image eight(3, 3, 8);
   EXPECT_EQ(XefShiftPixar(&eight.h, 2, eight.P()), XE_ERR_NOT_SUPPORTED);
-}
-
-TEST(Levels, InitialLevelsFollowTheDepth) {
-  struct Case {
-    uint32_t realBpp, bitCount, packed;
-    int32_t status, white;
-  };
-  const Case cases[] = {{12, 16, 0, XE_OK, 4095},  {12, 16, 1, XE_OK, 16383}, {12, 24, 0, XE_OK, 255},
-                        {20, 48, 0, XE_OK, 65535}, {0, 16, 0, XE_OK, 255},    {12, 32, 0, XE_ERR_NOT_SUPPORTED, 99}};
-  for (const Case &c : cases) {
-    ::Setup s{};
-    s.RealBPP = c.realBpp;
-    s.BlackLevel = 7;
-    s.WhiteLevel = 99;
-    EXPECT_EQ(XefInitBWLevels(1, &s, c.bitCount, c.packed), c.status) << c.bitCount;
-    EXPECT_EQ(s.WhiteLevel, c.white) << c.realBpp << " " << c.bitCount << " " << c.packed;
-    EXPECT_EQ(s.BlackLevel, c.status == XE_OK ? 0 : 7);
-  }
-  EXPECT_EQ(XefInitBWLevels(1, nullptr, 16, 0), XE_ERR_NULL_ARGUMENT);
 }
 
 // ---- Bad pixels ----------------------------------------------------------------------
