@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "cinefile/cine_test_support.h"
+#include "fixtures/cine_builder.h"
 #include "saving/tiff.h"
 #include "support/bitmap.h"
 #include "xefile/xefile.h"
@@ -118,47 +118,6 @@ TEST(TiffInterop, SingleFilesReadWithTheirDepthAndSamples) {
       const uint32_t samples = c.bits == 24 || c.bits == 48 ? 3 : 1;
       EXPECT_EQ(Pages(py, out.path()), c.python + Expected(15 * samples, samples, c.scale) + "\n");
     }
-  }
-}
-
-TEST(TiffInterop, MultipageFileHasAPageForEachImage) {
-  const bool info = Has("tiffinfo");
-  const std::string py = Python();
-  if (!info && py.empty()) GTEST_SKIP() << "neither tiffinfo nor tifffile";
-  fixture::CineBuilder b;
-  b.Image(16, 2, 8).Images(0, 3);
-  cinetest::Opened opened(b.Build());
-  ASSERT_EQ(opened.status, 0);
-  CineHandle dup = nullptr;
-  ASSERT_EQ(XefDuplicateCine(&dup, opened.cine), 0);
-  ASSERT_EQ(XeSetUseCase(dup, 2), 0);
-  fixture::TempFile out(".tif");
-  std::snprintf(dup->FileName, sizeof dup->FileName, "%s", out.c_str());
-  dup->Saving.SaveFirst = 0;
-  dup->Saving.SaveCount = 3;
-  // The pages as the fetch gives the images: bottom-up, so the picture's
-  // top row is the second.
-  std::string expected;
-  for (int32_t n = 0; n < 3; ++n) {
-    std::vector<uint8_t> px(4096);
-    ImageRange r{n, 1};
-    ImageHeader ih{};
-    ASSERT_GE(XeGetCineImage(dup, &r, px.data(), static_cast<uint32_t>(px.size()), &ih), 0);
-    expected += "(2, 16) uint8";
-    for (int i = 0; i < 32; ++i) expected += " " + std::to_string(px[i < 16 ? 16 + i : i - 16]);
-    expected += "\n";
-  }
-  ASSERT_EQ(SaveMultipageTiff(opened.cine, dup, dup, nullptr), 0);
-  XeDestroyCine(dup);
-  if (info) {
-    std::string text = Shell("tiffinfo " + out.path());
-    size_t pages = 0;
-    for (size_t at = 0; (at = text.find("TIFF Directory at offset", at)) != std::string::npos; ++at)
-      ++pages;
-    EXPECT_EQ(pages, 3u) << text;
-  }
-  if (!py.empty()) {
-    EXPECT_EQ(Pages(py, out.path()), expected);
   }
 }
 
