@@ -9,6 +9,7 @@
 #include <chrono>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include "cinefile/cine_test_support.h"
 #include "io_faults.h"
@@ -20,16 +21,11 @@ namespace {
 constexpr uint32_t kCount = 6;
 constexpr uint32_t kImageBytes = 16 * 8 * 2;
 
-struct SlowSave {
-  int32_t status = 0;
-  bool lateWrite = false;
-  uint32_t imagesInFile = 0;
-};
-
 // A processed save of a 6-image colour cine whose image `missing` (kCount:
 // none) is not in the file, with image writes of 100 ms each and the
-// thread's waits set as given.
-SlowSave RunSlowSave(uint32_t missing, int64_t writerFreeMs, int64_t endMs) {
+// thread's waits set as given: the save's status, whether a write came after
+// it returned, and the images the file says it holds.
+std::tuple<int32_t, bool, uint32_t> RunSlowSave(uint32_t missing, int64_t writerFreeMs, int64_t endMs) {
   XeStartXeFile();
   fixture::CineBuilder b;
   b.Image(16, 8, 16, 0, 4096).Compression(2).Images(0, kCount);
@@ -43,7 +39,7 @@ SlowSave RunSlowSave(uint32_t missing, int64_t writerFreeMs, int64_t endMs) {
   const std::string path = dir.path() + "/out.cine";
   EXPECT_EQ(XeSetCineSaveOptions(src.cine, path.c_str(), 1, 0, 100), 0);
   xe::SetSavingThreadTimeouts(writerFreeMs, endMs);
-  SlowSave r;
+  int32_t status = 0;
   std::atomic<bool> returned{false}, late{false};
   {
     faults::FailingWrites slow(path, [&](int, off_t, size_t n) {
@@ -51,35 +47,26 @@ SlowSave RunSlowSave(uint32_t missing, int64_t writerFreeMs, int64_t endMs) {
       late = late || returned;
       return false;
     });
-    r.status = XeWriteCineFile(src.cine, nullptr);
+    status = XeWriteCineFile(src.cine, nullptr);
     returned = true;
     std::this_thread::sleep_for(std::chrono::milliseconds(250));
   }
   xe::SetSavingThreadTimeouts(60000, 10000);
-  r.lateWrite = late;
   CineHandle out = nullptr;
   EXPECT_EQ(XeNewCineFromFile(path.c_str(), &out), 0);
-  r.imagesInFile = XevGetCineInfo(out, CIS_ImageCount);
+  const uint32_t images = XevGetCineInfo(out, CIS_ImageCount);
   XeDestroyCine(out);
   XeStopXeFile();
-  return r;
+  return {status, late.load(), images};
 }
 
-TEST(SavingThreadTimeouts, AWriterThatIsNotFreeEndsTheSaveAfterTheGroupsHandedOver) {
-  // Image 0 is handed over; the writer is still busy with it when image 1
-  // is ready, so the save stops there with one image counted in the file.
-  const SlowSave r = RunSlowSave(kCount, 5, 10000);
-  EXPECT_EQ(r.status, XE_ERR_SEMAPHORE_TIMEOUT);
-  EXPECT_FALSE(r.lateWrite);
-  EXPECT_EQ(r.imagesInFile, 1u);
-}
-
-TEST(SavingThreadTimeouts, AFailedSaveWaitsForASlowThreadAndKeepsTheImagesBeforeTheFailure) {
-  const uint32_t missing = 3;
-  const SlowSave r = RunSlowSave(missing, 60000, 5);
-  EXPECT_FALSE(r.lateWrite);  // the file was finished when the save returned
-  EXPECT_EQ(r.status, XE_ERR_FILE_READ);
-  EXPECT_EQ(r.imagesInFile, missing);
+TEST(SavingThreadTimeouts, EachWaitEndsTheSaveWithNoWriteAfterItReturns) {
+  // Image 0 is handed over; the writer is still busy with it when image 1 is
+  // ready, so the save stops there with one image counted in the file.
+  EXPECT_EQ(RunSlowSave(kCount, 5, 10000), std::make_tuple(XE_ERR_SEMAPHORE_TIMEOUT, false, 1u));
+  // Image 3 is missing: the failed save waits for the slow thread to finish
+  // the images before it, and the file is complete when the save returns.
+  EXPECT_EQ(RunSlowSave(3, 60000, 5), std::make_tuple(XE_ERR_FILE_READ, false, 3u));
 }
 
 }  // namespace
