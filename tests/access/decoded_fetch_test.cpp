@@ -122,9 +122,7 @@ TEST(DecodedFetch, PackedFileIsLinearisedToFourteenBits) {
   Bytes px(DocumentedRoom(w, h), kUntouched);
   ASSERT_EQ(XeReadCineFileImage(o.cine, 0, px.data()), 0);
   EXPECT_EQ(std::memcmp(&switched, &o.cine->H.Bmih, sizeof switched), 0);
-  const auto &pack = o.cine->PackInfo;
   EXPECT_EQ(Fields(o.cine->H.Setup.WhiteLevel, o.cine->H.Setup.BlackLevel), Fields(16383, 0));
-  EXPECT_EQ(Fields(pack.CFA, pack.GainR, pack.GainG, pack.GainB), Fields(3u, 1.5f, 1.0f, 1.25f));
   // No stretch by the old levels: the linear value of the code, in colour.
   const uint16_t linear = xe::intl::LinearizationTable()[512];
   for (int c = 0; c < 3; ++c) EXPECT_EQ(At48(px, w, 3, 1, c), linear) << c;
@@ -184,47 +182,6 @@ TEST(DecodedFetch, QuarterTurnStaysInsideTheDocumentedRoom) {
   EXPECT_EQ(XeReadCineProcessedImage(o.cine, 0, px.data()), 0);
   EXPECT_EQ(XeReadCineImage(o.cine, 1, -1, px.data()), 0);
   EXPECT_EQ(At48(px, 3, 2, 4, 1), 700);
-}
-
-TEST(DecodedFetch, HeadsOfTheOlderFetch) {
-  // A file cine always fetches every head (-1), whatever head is named.
-  struct Case { bool file; uint32_t version; int32_t head, expected; };
-  for (Case k : {Case{false, 4, 2, -1}, Case{false, 62, 3, 3}, Case{false, 6, 4, -1},
-                 Case{true, 6, 1, -1}, Case{true, 6, 2, -1}}) {
-    Record r = Bare(k.file);
-    r->H.Setup.CameraVersion = k.version;
-    EXPECT_EQ(xe::OlderFetchHead(r.get(), k.head), k.expected) << k.version << " " << k.head;
-  }
-}
-
-TEST(DecodedFetch, CameraTransferWords) {
-  struct Case {
-    uint32_t cfa, version, headMask; int32_t head; uint16_t bits; uint32_t compression;
-    uint32_t savePacked; int16_t fileType; uint32_t word, clrImportant, compressionOut;
-  };
-  const uint32_t grayHead2 = 3 | 0x20000000u;
-  for (Case k : {
-           Case{3, 4, 0, -1, 16, 0, 0, 0, 0x204, 4096, 0},         // colour, 16 bits
-           Case{grayHead2, 6, 1, 2, 8, 0, 0, 0, 0x028, 4096, 0},   // gray head 2 named
-           Case{grayHead2, 6, 1, 1, 8, 0, 0, 0, 0x01C, 4096, 0},   // colour head 1 named
-           Case{grayHead2, 6, 0, 1, 8, 0, 0, 0, 0x004, 4096, 0},   // no head mask
-           Case{0, 4, 0, -1, 16, 256, 0, 0, 0xA00, 16384, 0},      // packed to a raw cine
-           Case{0, 4, 0, -1, 16, 256, 1, -26, 0xC00, 4096, 256},   // kept packed, raw target
-           Case{0, 4, 0, -1, 16, 256, 1, 1, 0x100, 4096, 256},     // kept packed
-       }) {
-    Record r = Bare(false);
-    r->H.Setup.CFA = k.cfa;
-    r->H.Setup.CameraVersion = k.version;
-    r->Saving.HeadMask = k.headMask;
-    r->Saving.SavePacked = k.savePacked;
-    r->Saving.FileType = k.fileType;
-    r->BmihOpened.biBitCount = k.bits;
-    r->BmihOpened.biCompression = k.compression;
-    BitmapInfoHeader t{};
-    EXPECT_EQ(xe::CameraTransferOptions(r.get(), k.head, 0, &t), k.word) << std::hex << k.word;
-    EXPECT_EQ(t.biClrImportant, k.clrImportant) << std::hex << k.word;
-    EXPECT_EQ(t.biCompression, k.compressionOut) << std::hex << k.word;
-  }
 }
 
 TEST(DepthSwitch, SixteenBitsOnFilesAndCameras) {
