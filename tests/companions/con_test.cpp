@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
+#include <tuple>
 
 #include "companions/con/services.h"
 #include "companions/con/settings.h"
@@ -76,16 +77,8 @@ TEST(Settings, KeepWorkingInMemoryWhenTheFileCannotBeWritten) {
 }
 
 TEST(IntersectRanges, CutsTheRangeAndTellsWhetherItWasWhole) {
-  struct Case {
-    int32_t first;
-    uint32_t cnt;
-    int32_t byFirst;
-    uint32_t byCnt;
-    int32_t newFirst;
-    uint32_t newCnt;
-    bool unchanged;
-  };
-  const Case cases[] = {
+  // The range, the range it is cut by, the range left and whether it was whole.
+  const std::tuple<int32_t, uint32_t, int32_t, uint32_t, int32_t, uint32_t, bool> cases[] = {
       {-5, 10, -100, 1000, -5, 10, true},  // inside
       {-5, 10, 0, 100, 0, 5, false},       // first images cut
       {-5, 10, -20, 20, -5, 5, false},     // last images cut
@@ -95,15 +88,12 @@ TEST(IntersectRanges, CutsTheRangeAndTellsWhetherItWasWhole) {
       {INT32_MIN, 0xFFFFFFFFu, -7, 9, -7, 9, false},
       {2147483600, 100, 2147483600, 47, 2147483600, 47, false},
   };
-  for (const Case &c : cases) {
-    ImageRange r{c.first, c.cnt};
-    const ImageRange by{c.byFirst, c.byCnt};
-    int32_t answer = XefIntersectRanges(&r, &by);
-    SCOPED_TRACE(::testing::Message() << c.first << "+" << c.cnt << " by " << c.byFirst << "+"
-                                      << c.byCnt);
-    EXPECT_EQ(int32_t{r.First}, c.newFirst);
-    EXPECT_EQ(uint32_t{r.Cnt}, c.newCnt);
-    EXPECT_EQ(answer != 0, c.unchanged);
+  for (auto [first, cnt, byFirst, byCnt, newFirst, newCnt, whole] : cases) {
+    ImageRange r{first, cnt};
+    const ImageRange by{byFirst, byCnt};
+    const bool untouched = XefIntersectRanges(&r, &by) != 0;
+    EXPECT_EQ(std::tuple(int32_t{r.First}, uint32_t{r.Cnt}, untouched), std::tuple(newFirst, newCnt, whole))
+        << first << "+" << cnt << " by " << byFirst << "+" << byCnt;
   }
 }
 
@@ -122,8 +112,8 @@ TEST(Time64Arithmetic, AddKeepsTheFlagBitsAndSaturates) {
   for (const Case &k : cases) {
     Time64 t{k.fractions, k.seconds};
     XefAddSecondsToTime64(&t, k.add);
-    EXPECT_EQ(uint32_t{t.fractions}, k.outFractions) << k.seconds << " + " << k.add;
-    EXPECT_EQ(uint32_t{t.seconds}, k.outSeconds) << k.seconds << " + " << k.add;
+    EXPECT_EQ(std::tuple(uint32_t{t.fractions}, uint32_t{t.seconds}),
+              std::tuple(k.outFractions, k.outSeconds)) << k.seconds << " + " << k.add;
   }
 }
 
