@@ -184,11 +184,10 @@ TEST(ImProc, ColourWhiteBalanceSaturationAndHue) {
     o.WBRed = 2.0f;
     o.WBBlue = 0.5f;
     ASSERT_EQ(wb.Apply(o), XE_OK);
-    for (uint32_t x = 0; x < 9; ++x) {
-      EXPECT_EQ(wb.Get(x, 1, 2), std::min(top, 2 * orig.Get(x, 1, 2)));
-      EXPECT_EQ(wb.Get(x, 1, 1), orig.Get(x, 1, 1));
-      EXPECT_EQ(wb.Get(x, 1, 0), (orig.Get(x, 1, 0) + 1) / 2);
-    }
+    for (uint32_t x = 0; x < 9; ++x)
+      EXPECT_EQ(std::tuple(wb.Get(x, 1, 2), wb.Get(x, 1, 1), wb.Get(x, 1, 0)),
+                std::tuple(std::min(top, 2 * orig.Get(x, 1, 2)), orig.Get(x, 1, 1),
+                           (orig.Get(x, 1, 0) + 1) / 2));
 
     Image blank = orig;  // a gain of 0 is applied, not taken as unset
     o.WBRed = 0.0f;
@@ -238,8 +237,7 @@ TEST(ImProc, UserFilterBoxAndOrientation) {
   // 3 x 3 image, edges repeated: worked by hand.
   Image img(3, 3, 8);
   const uint32_t v[3][3] = {{8, 16, 24}, {0, 40, 0}, {80, 0, 8}};  // picture rows
-  for (uint32_t r = 0; r < 3; ++r)
-    for (uint32_t x = 0; x < 3; ++x) img.Set(x, r, v[r][x]);
+  img.Fill([&](uint32_t x, uint32_t y, uint32_t) { return v[y][x]; });
   IMPROCOPTIONS o = Neutral();
   o.FilterCode = 5;
   o.UserFilter.dim = 3;
@@ -259,9 +257,7 @@ TEST(ImProc, FixedFiltersKeepFlatImagesAndTheMedianRemovesAnOutlier) {
   for (int32_t code = 1; code <= 4; ++code)
     for (uint16_t bits : kFormats) {
       Image img(6, 5, bits);
-      for (uint32_t r = 0; r < 5; ++r)
-        for (uint32_t x = 0; x < 6; ++x)
-          for (uint32_t c = 0; c < img.Channels(); ++c) img.Set(x, r, 100 + c, c);
+      img.Fill([](uint32_t, uint32_t, uint32_t c) { return 100 + c; });
       const Image flat = img;
       IMPROCOPTIONS o = Neutral();
       o.FilterCode = code;
