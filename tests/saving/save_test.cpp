@@ -197,20 +197,6 @@ TEST_F(SaveTest, TiffSavesOfARawColourCineReadBack) {
   }
 }
 
-TEST_F(SaveTest, ResampleSetJustBeforeTheSaveShapesTheOutput) {
-  cinetest::Opened src(Recording());
-  uint32_t w = 32, h = 16, on = 1;
-  XeSetCineInfo(src.cine, CIS_ResampleWidth, &w);
-  XeSetCineInfo(src.cine, CIS_ResampleHeight, &h);
-  XeSetCineInfo(src.cine, CIS_EnableResample, &on);
-  ASSERT_EQ(Save(src.cine, Out("resampled.cine"), 1), 0);
-  Saved out(Out("resampled.cine"));
-  ASSERT_GE(out.status, 0);
-  BitmapInfoHeader b{};
-  XeGetCineBMIH(out.cine, &b);
-  EXPECT_EQ(cinetest::Fields(b.biWidth, b.biHeight), cinetest::Fields(32, 16));
-}
-
 TEST_F(SaveTest, ClipCutsBlocksAndRefusesTimecode) {
   cinetest::Opened src(Recording());
   CineHandle dup = nullptr;
