@@ -151,12 +151,7 @@ TEST_F(Chain, ParametersOfActiveSteps) {
 // A planned resample becomes a downsample unless the target is strictly
 // larger; an upsample after a quarter turn scales to the turned size.
 TEST_F(Chain, ResampleChoosesDownOrUp) {
-  struct Row {
-    uint32_t w, h;
-    int32_t rotate;
-    uint32_t step;
-    uint32_t outW, outH;
-  };
+  struct Row { uint32_t w, h; int32_t rotate; uint32_t step, outW, outH; };
   const Row rows[] = {
       {kW, kH, 0, kStepDownsample, kW, kH},
       {32, 16, 0, kStepDownsample, 32, 16},
@@ -173,10 +168,9 @@ TEST_F(Chain, ResampleChoosesDownOrUp) {
     s.ResampleHeight = r.h;
     s.Rotate = r.rotate;
     Enter(1);
-    const uint32_t other = r.step == kStepUpsample ? kStepDownsample : kStepUpsample;
-    EXPECT_TRUE(StepActive(c, r.step));
-    EXPECT_FALSE(StepActive(c, other));
-    EXPECT_FALSE(StepActive(c, kStepResample));
+    EXPECT_EQ(cinetest::Fields(StepActive(c, kStepDownsample), StepActive(c, kStepUpsample),
+                               StepActive(c, kStepResample)),
+              cinetest::Fields(r.step == kStepDownsample, r.step == kStepUpsample, false));
     const ScaleParams &out =
         r.step == kStepUpsample ? c->Processing.upsample : c->Processing.downsample;
     EXPECT_EQ(cinetest::Fields(out.widthOut, out.heightOut, out.kernelSize),
