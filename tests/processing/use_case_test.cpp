@@ -29,6 +29,8 @@ class Chain : public testing::Test {
   void TearDown() override { XeDestroyCine(c); }
 
   void Make(Kind kind) {
+    XeDestroyCine(c);  // a table row starts from a new cine
+    c = nullptr;
     ASSERT_EQ(XefNewCine(&c, kW, kH, 16, 0, 2), 0);
     c->IsFileCine = kind != kCameraGray;
     c->SourceFileType = kSourceRawCine;
@@ -105,7 +107,6 @@ TEST_F(Chain, ActivationByUseCase) {
   };
   for (const Row &r : rows) {
     SCOPED_TRACE(r.what);
-    XeDestroyCine(c);
     Make(r.kind);
     c->Saving.FileType = r.fileType;
     c->H.Setup.CameraVersion = 7;
@@ -212,7 +213,6 @@ TEST_F(Chain, HeaderWalk) {
   };
   for (const Row &r : rows) {
     SCOPED_TRACE(r.what);
-    XeDestroyCine(c);
     Make(r.kind);
     c->H.Setup.EnableCrop = r.crop;
     c->H.Setup.CropRect = {2, 1, 33, 16};
@@ -228,7 +228,6 @@ TEST_F(Chain, HeaderWalk) {
   // Ahead of the demosaic the mosaic is still 16 bits, which TOMAXLEV
   // stretched to the full range of that depth.
   ImageHeader h;
-  XeDestroyCine(c);
   Make(kFileRawColor);
   Enter(1);
   HeaderBeforeStep(c, kStepDemosaic, &h);
