@@ -154,9 +154,8 @@ TEST(DecodedFetch, ProcessedImagesTakeTheSetupAdjustments) {
   const int32_t w = 6, h = 4;
   CineBuilder b = RawColour(w, h, 0);
   b.setup().SetU32(setup::kFlipV, 1);
-  Bytes mosaic(RowBytes(w, 16) * h, 0);
-  for (int32_t y = 0; y < h; ++y)
-    for (int32_t x = 0; x < w; ++x) PutU16(mosaic, y * RowBytes(w, 16) + 2 * x, 400 * (y / 2 + 1));
+  Bytes mosaic = Flat16(w, 2, 400), top = Flat16(w, 2, 800);
+  mosaic.insert(mosaic.end(), top.begin(), top.end());
   b.ImagePayload(0, mosaic);
   Opened o(b.Build());
   ASSERT_EQ(o.status, 0);
