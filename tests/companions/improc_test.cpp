@@ -237,15 +237,14 @@ TEST(ImProc, RefusedInputLeavesTheImageAlone) {
   const Image before = img;
   IMPROCOPTIONS o = Neutral();
   o.Bright = 300;  // would change the image if it ran
-  const std::pair<int32_t, int32_t> bad[] = {{4, 0}, {7, 0}, {0, 0}, {3, -1}, {3, 32}};
-  for (auto [dim, shifts] : bad) {
-    o.FilterCode = 5;
+  // Filter code, kernel size and shifts: sizes and shifts out of range, an unknown code.
+  const int32_t bad[][3] = {{5, 4, 0}, {5, 7, 0}, {5, 0, 0}, {5, 3, -1}, {5, 3, 32}, {6, 3, 0}};
+  for (auto [code, dim, shifts] : bad) {
+    o.FilterCode = code;
     o.UserFilter.dim = dim;
     o.UserFilter.shifts = shifts;
-    EXPECT_EQ(img.Apply(o), XE_ERR_NOT_SUPPORTED) << dim << " " << shifts;
+    EXPECT_EQ(img.Apply(o), XE_ERR_NOT_SUPPORTED) << code << " " << dim << " " << shifts;
   }
-  o.FilterCode = 6;
-  EXPECT_EQ(img.Apply(o), XE_ERR_NOT_SUPPORTED);
   o.FilterCode = 0;
   img.h.biBitCount = 32;
   EXPECT_EQ(img.Apply(o), XE_ERR_NOT_SUPPORTED);
