@@ -165,8 +165,7 @@ TEST(ImProc, ColourWhiteBalanceSaturationAndHue) {
     o = Neutral();
     o.Hue = 120;  // red turns towards green
     ASSERT_EQ(turned.Apply(o), XE_OK);
-    EXPECT_GT(turned.Get(0, 0, 1), turned.Get(0, 0, 2));
-    EXPECT_GT(turned.Get(0, 0, 1), turned.Get(0, 0, 0));
+    EXPECT_GT(turned.Get(0, 0, 1), std::max(turned.Get(0, 0, 2), turned.Get(0, 0, 0)));
   }
 }
 
@@ -297,12 +296,6 @@ TEST(ImProcSettings, IntegerAndFloatFieldsFollowEachOther) {
   ASSERT_EQ(XefUpdateNewImProc(&s, 0), XE_OK);
   EXPECT_EQ(std::tuple(s.fOffset, s.fGain, s.fGamma, s.fSaturation, s.fHue),
             std::tuple(-0.25f, 0.55f, 1.8f, 1.4f, -30.0f));
-  const ::Setup ints = s;
-  s.Bright = s.Contrast = s.Gamma = s.Saturation = s.Hue = 0;
-  ASSERT_EQ(XefUpdateOldImProc(&s, 0), XE_OK);
-  // Saturation is a packed, unaligned field: copied out by the unary plus.
-  EXPECT_EQ(std::tuple(s.Bright, s.Contrast, s.Gamma, +s.Saturation, s.Hue),
-            std::tuple(ints.Bright, ints.Contrast, ints.Gamma, +ints.Saturation, ints.Hue));
   for (int32_t c : {-111, -1, 0, 1, 37, 100, 500}) {  // every contrast comes back
     s.Contrast = c;
     ASSERT_EQ(XefUpdateNewImProc(&s, CIS_fGain), XE_OK);
