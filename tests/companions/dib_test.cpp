@@ -49,14 +49,4 @@ TEST(DibSizes, HostileHeadersSaturateInsteadOfWrapping) {
   EXPECT_EQ(XefPixarSize(nullptr), 0u);
 }
 
-// A level count that is not a power of two says nothing about the bits.
-TEST(DibKinds, BitsInUseComeFromTheLevelCount) {
-  const std::tuple<uint16_t, uint32_t, uint32_t> cases[] = {
-      {16, 4096, 12}, {16, 1000, 16}, {8, 0, 8}, {48, 16384, 14}};
-  for (auto [bits, levels, inUse] : cases) {
-    BitmapInfoHeader b = Bitmap(4, 4, bits, 0, levels);
-    EXPECT_EQ(XefEffectiveBits(&b), inUse) << bits << " " << levels;
-  }
-}
-
 }  // namespace
