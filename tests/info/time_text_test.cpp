@@ -79,7 +79,6 @@ TEST(PrintTime, OptionBitsChooseTheFormatAndThePart) {
   uint32_t *format = nullptr;
   ASSERT_EQ(XeGetCineInfo(o.cine, CIS_PtrTimeFormat, &format), 0);
   *format = 1;
-  EXPECT_EQ(XefCineUT(o.cine), 1u);
   EXPECT_EQ(print(0x0200), "14:13:20");
   *format = 2;
   EXPECT_EQ(print(0x0200), "00:00:00:00 TC");  // the part does not apply to timecode
