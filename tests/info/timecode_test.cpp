@@ -77,11 +77,8 @@ TEST(Timecode, UnpackedFormsShareTheirRecord) {
   TCU u{24, 59, 59, 23, 1, 1, 1, 1, 1, 1, 0xABCD};
   EXPECT_EQ(XefTCUAddFrames(&u, &u, 1, 25.0f, 0), &u);
   EXPECT_EQ(u.hours * 1000000 + u.minutes * 10000 + u.seconds * 100 + u.frames, 24000000u);
-  EXPECT_EQ(u.TCFlagF6 + u.TCFlagH7 + u.TCUserBits, 0u);  // lost by the arithmetic
   XefTCUSubFrames(&u, &u, 1, 25.0f, 0);
   EXPECT_EQ(u.hours * 1000000 + u.minutes * 10000 + u.seconds * 100 + u.frames, 23595924u);
-  XefTCUSubFrames(&u, &u, 1, 0.4f, 0);
-  EXPECT_EQ(u.hours + u.minutes + u.seconds + u.frames, 0u);
   EXPECT_EQ(XefTCUAddFrames(nullptr, &u, 1, 25.0f, 0), nullptr);
 }
 
