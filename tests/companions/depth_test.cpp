@@ -80,8 +80,7 @@ TEST(ProcessImage, BadInputLeavesTheImage) {
   EXPECT_EQ(XeProcessImage(px.data(), px.data(), &bad, 2, 1.0f), XE_ERR_NOT_SUPPORTED);
   bad.biBitCount = 24;
   EXPECT_EQ(XeProcessImage(px.data(), px.data(), &bad, 1, 1.0f), XE_ERR_NOT_SUPPORTED);
-  EXPECT_EQ(bad.biBitCount, 24);
-  EXPECT_EQ(px, src);
+  EXPECT_EQ(std::tuple(+bad.biBitCount, px), std::tuple(24, src));
   EXPECT_EQ(XeProcessImage(nullptr, px.data(), &bad, 1, 1.0f), XE_ERR_NULL_ARGUMENT);
   EXPECT_EQ(XeProcessImage(px.data(), px.data(), nullptr, 1, 1.0f), XE_ERR_NULL_ARGUMENT);
   BitmapInfoHeader empty = Header(0, 4, 16);
@@ -118,8 +117,7 @@ TEST(ReduceDIB16To8, ColourInPlaceAndHeadersItLeavesAlone) {
   std::vector<uint8_t> apart(src.size());
   BitmapInfoHeader h2 = h;
   XefReduceDIB16To8(&h2, nullptr, src.data(), apart.data());
-  EXPECT_EQ(h2.biBitCount, 24);
-  EXPECT_EQ(h2.biSizeImage, 4u * 9 * 3);
+  EXPECT_EQ(std::tuple(+h2.biBitCount, h2.biSizeImage), std::tuple(24, 4u * 9 * 3));
   std::vector<uint16_t> same = src;
   XefReduceDIB16To8(&h, nullptr, same.data(), reinterpret_cast<uint8_t *>(same.data()));
   EXPECT_EQ(std::memcmp(same.data(), apart.data(), apart.size()), 0);
@@ -127,8 +125,7 @@ TEST(ReduceDIB16To8, ColourInPlaceAndHeadersItLeavesAlone) {
   BitmapInfoHeader eight = Header(4, 1, 8);
   std::vector<uint8_t> out(4, 7);
   XefReduceDIB16To8(&eight, nullptr, src.data(), out.data());
-  EXPECT_EQ(eight.biBitCount, 8);
-  EXPECT_EQ(out, std::vector<uint8_t>(4, 7));
+  EXPECT_EQ(std::tuple(+eight.biBitCount, out), std::tuple(8, std::vector<uint8_t>(4, 7)));
   XefReduceDIB16To8(nullptr, nullptr, src.data(), out.data());
 }
 
