@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <vector>
 
 namespace {
@@ -12,8 +11,7 @@ namespace {
 using namespace xe::sig;
 
 ::Setup Channels(int16_t binary, int16_t analog) {
-  ::Setup s;
-  std::memset(&s, 0, sizeof s);
+  ::Setup s{};
   s.BinChannels = binary;
   s.AnaChannels = analog;
   return s;
