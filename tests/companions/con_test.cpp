@@ -56,9 +56,8 @@ TEST(Settings, ArePersistedAndReadAgainAfterAReload) {
   // A file edited by someone else is seen after a reload, comments skipped.
   std::ofstream(SettingsPath()) << "# by hand\n[xefile]\n  Units = cm \nBackgroundColor=255\n";
   ReloadSettings();
-  EXPECT_EQ(Get("Units"), "cm");
-  EXPECT_EQ(Get("BackgroundColor"), "255");
-  EXPECT_EQ(Get("AlgoSave"), "<missing>");
+  EXPECT_EQ(std::tuple(Get("Units"), Get("BackgroundColor"), Get("AlgoSave")),
+            std::tuple("cm", "255", "<missing>"));
 
   // A short buffer gets a cut, terminated text.
   char small[3];
