@@ -201,9 +201,7 @@ TEST(BadPixels, GrayTakesTheMeanOfItsGoodNeighbours) {
   ASSERT_EQ(XefRepairPix(&img.h, 0, 5, table, img.P()), XE_OK);
   // Each from its seven good neighbours, the other bad pixel left out:
   // (2,2): (130 + 560) / 7 = 98.6; (3,2): (220 + 560) / 7 = 111.4.
-  EXPECT_EQ(img.Get(2, 2), 99u);
-  EXPECT_EQ(img.Get(3, 2), 111u);
-  EXPECT_EQ(img.Get(4, 4), 200u);
+  EXPECT_EQ(std::tuple(img.Get(2, 2), img.Get(3, 2), img.Get(4, 4)), std::tuple(99u, 111u, 200u));
 }
 
 TEST(BadPixels, MarksAreWhiteOrPureRed) {
