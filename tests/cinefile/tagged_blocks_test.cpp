@@ -30,50 +30,30 @@ T Aux(CineHandle c, int32_t image, uint32_t tag) {
 }
 Time64 TimeOf(CineHandle c, int32_t image) { return Aux<Time64>(c, image, 1002); }
 
-TEST(Time1Block, BecomesTimeAndExposureBlocksOfTheStoredImages) {
-  for (bool behindSkipBlock : {false, true}) {
+TEST(Time1Block, BecomesTimeAndExposureBlocksOfTheStoredImagesThatItHolds) {
+  // Stored images 5 to 14 keep 10 times (88 bytes) and exposures (48 bytes);
+  // images 95 to 104, past the 100 entries, drop the block.
+  struct Case { int32_t first; bool exposures, behindSkipBlock; uint32_t grown; };
+  for (Case k : {Case{5, true, false, 88 + 48}, Case{5, true, true, 20 + 88 + 48}, Case{5, false, false, 88},
+                 Case{95, false, false, 0}}) {
     CineBuilder b;
-    b.Range(0, 100, 5, 10).Image(4, 2, 8);
-    if (behindSkipBlock) b.AddBlock(1000, Bytes(12, 0xAB));
-    b.AddBlock(1001, Time1Payload(100, true));
-    Opened o(b.Build());
+    b.Range(0, 100, k.first, 10).Image(4, 2, 8);
+    if (k.behindSkipBlock) b.AddBlock(1000, Bytes(12, 0xAB));
+    Opened o(b.AddBlock(1001, Time1Payload(100, k.exposures)).Build());
     ASSERT_EQ(o.status, 0);
-    auto *times = static_cast<Time64 *>(XefGetCineTaggedBlock(o.cine, 1002));
-    auto *exposures = static_cast<uint32_t *>(XefGetCineTaggedBlock(o.cine, 1003));
-    ASSERT_NE(times, nullptr);
-    ASSERT_NE(exposures, nullptr);
-    for (uint32_t i = 0; i < 10; ++i) {
-      EXPECT_EQ(times[i].seconds, 1005 + i);
-      EXPECT_EQ(exposures[i], 505 + i);
-    }
-    EXPECT_EQ(TimeOf(o.cine, 14).seconds, 1014u);
     // The image offsets follow the rewritten blocks.
-    uint32_t skip = behindSkipBlock ? 20 : 0;
-    EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u + skip + (10 * 8 + 8) + (10 * 4 + 8));
+    EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u + k.grown) << k.grown;
     EXPECT_EQ(cinetest::OffsetOf(o.cine, 9), b.layout().ImageRecords[9]);
+    uint8_t *block = nullptr;
+    EXPECT_EQ(xe::FindTaggedBlock(o.cine, 1003, &block), k.grown > 88 ? 1 : 0) << k.grown;
+    if (!k.grown) continue;
+    auto *times = static_cast<Time64 *>(XefGetCineTaggedBlock(o.cine, 1002));
+    auto *exposures = static_cast<uint32_t *>(k.exposures ? XefGetCineTaggedBlock(o.cine, 1003) : nullptr);
+    ASSERT_NE(times, nullptr);
+    for (uint32_t i = 0; i < 10; ++i) EXPECT_EQ(times[i].seconds, 1005 + i);
+    for (uint32_t i = 0; exposures && i < 10; ++i) EXPECT_EQ(exposures[i], 505 + i);
+    EXPECT_EQ(TimeOf(o.cine, 14).seconds, 1014u);
   }
-}
-
-TEST(Time1Block, WithoutRoomForExposuresOnlyTimesRemain) {
-  CineBuilder b;
-  b.Range(0, 100, 5, 10).AddBlock(1001, Time1Payload(100, false));
-  Opened o(b.Build());
-  ASSERT_EQ(o.status, 0);
-  EXPECT_NE(XefGetCineTaggedBlock(o.cine, 1002), nullptr);
-  uint8_t *block = nullptr;
-  EXPECT_EQ(xe::FindTaggedBlock(o.cine, 1003, &block), 0);
-  EXPECT_EQ(block, nullptr);
-  EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u + 88);
-  EXPECT_EQ(cinetest::OffsetOf(o.cine, 0), b.layout().ImageRecords[0]);
-}
-
-TEST(Time1Block, ThatDoesNotHoldTheStoredImagesIsDropped) {
-  CineBuilder b;
-  b.Range(0, 100, 95, 10).AddBlock(1001, Time1Payload(100, false));  // images 95 to 104
-  Opened o(b.Build());
-  ASSERT_EQ(o.status, 0);
-  EXPECT_EQ(o.cine->H.Header.OffImageOffsets, 7324u);
-  EXPECT_EQ(cinetest::OffsetOf(o.cine, 2), b.layout().ImageRecords[2]);
 }
 
 TEST(TaggedBlocks, InvalidFirstBlockIsReportedAndTheAreaIgnored) {
