@@ -130,7 +130,8 @@ TEST_F(CliTest, DemoPacksTenBitSamples) {
   EXPECT_EQ(b.biSizeImage, 48u * 16 * 10 / 8);
   // The same scene: each stored 10-bit value comes back from the packed
   // file as one linearised value, rising with it.
-  const std::vector<uint16_t> plain = StoredSamples(Path("u.cine"), 0), packed = StoredSamples(Path("p.cine"), 0);
+  const std::vector<uint16_t> plain = StoredSamples(Path("u.cine"), 0);
+  const std::vector<uint16_t> packed = StoredSamples(Path("p.cine"), 0);
   ASSERT_EQ(plain.size(), packed.size());
   std::map<uint16_t, uint16_t> curve;
   for (size_t i = 0; i < plain.size(); ++i) {
