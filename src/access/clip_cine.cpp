@@ -9,8 +9,8 @@
 #include "cinefile/tagged_blocks.h"
 #include "frame/cine.h"
 #include "frame/messages.h"
-#include "frame/status.h"
-#include "saving/save_range.h"
+#include "companions/con/status.h"
+#include "access/image_range.h"
 
 namespace xe {
 namespace {

@@ -11,7 +11,7 @@
 #include "companions/int/improc.h"
 #include "companions/int/mosaic.h"
 #include "companions/int/packing.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "processing/process_cine.h"
 
 namespace xe {

@@ -5,8 +5,8 @@
 #include "companions/con/log.h"
 #include "companions/int/dib.h"
 #include "frame/plugins.h"
-#include "frame/status.h"
-#include "saving/tiff.h"
+#include "companions/con/status.h"
+#include "formats/tiff/tiff.h"
 
 namespace xe {
 namespace {

@@ -8,7 +8,7 @@
 #include "companions/con/log.h"
 #include "companions/con/services.h"
 #include "companions/int/dib.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "processing/process_cine.h"
 
 namespace xe {

@@ -8,8 +8,8 @@
 #include "companions/int/dib.h"
 #include "companions/int/improc.h"
 #include "frame/messages.h"
-#include "frame/status.h"
-#include "saving/save_range.h"
+#include "companions/con/status.h"
+#include "access/image_range.h"
 
 namespace xe {
 namespace {

@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "cinefile/tagged_blocks.h"
-#include "frame/status.h"
-#include "info/image_time.h"
-#include "info/timecode.h"
+#include "companions/con/status.h"
+#include "cinefile/image_time.h"
+#include "cinefile/timecode.h"
 
 using namespace xe;
 

@@ -12,8 +12,8 @@
 #include "companions/int/dib.h"
 #include "frame/memory.h"
 #include "frame/messages.h"
-#include "frame/status.h"
-#include "info/image_time.h"
+#include "companions/con/status.h"
+#include "cinefile/image_time.h"
 
 namespace xe {
 namespace {

@@ -7,8 +7,8 @@
 #include "companions/int/dib.h"
 #include "companions/int/setup_defaults.h"
 #include "frame/start.h"
-#include "frame/status.h"
-#include "info/timecode.h"
+#include "companions/con/status.h"
+#include "cinefile/timecode.h"
 
 namespace xe {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "cinefile/tagged_blocks.h"
 #include "companions/con/log.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 namespace xe {
 namespace {

@@ -4,8 +4,6 @@
 
 #include "companions/con/settings.h"
 #include "frame/memory.h"
-#include "processing/use_case.h"
-#include "processing/stamp_options.h"
 
 namespace xe {
 
@@ -83,23 +81,9 @@ int32_t MaxLevelForDepth(uint32_t bits) {
   return static_cast<int32_t>((1u << bits) - 1);
 }
 
-int32_t FinishNewCine(Cine *c, int32_t status) {
-  InitStampOptions(c);
-  c->BmihOpened = c->H.Bmih;
-  std::memset(&c->Save, 0, sizeof c->Save);
-  c->Saving.FileType = DefaultFileType(c->H.Bmih.biBitCount);
-  con::XefGetIntAlgoRegistryVal(c->IsFileCine ? "AlgoConvert" : "AlgoSave",
-                                &c->Saving.InterpolationAlgo);
-  ApplyFileTypeDefaults(c);
-  c->CineNrRequested = c->CineNr;
-  c->ParamsChanged = 0;
-  if (!c->ProcessingState) {
-    c->ProcessingState = static_cast<uint32_t *>(AllocZeroed(kProcessingStateSize));
-    if (!c->ProcessingState) return XE_ERR_NO_MEMORY;
-  }
-  c->CineUseCase = 0;
-  int32_t r = XeSetUseCase(c, 1);
-  return r != 0 ? r : status;
+void AimFusedPointers(Cine *c) {
+  ProcessingParams &p = c->Processing;
+  p.fused = {&p.bright, &p.contrast, &p.sat, &p.hue, &p.gamma, &p.flip, &p.angle, &p.filter};
 }
 
 }  // namespace xe

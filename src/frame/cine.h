@@ -18,8 +18,8 @@
 
 #include "companions/int/packing.h"
 #include "frame/file_io.h"
-#include "processing/processing_params.h"
-#include "saving/saving_options.h"
+#include "frame/processing_params.h"
+#include "frame/saving_options.h"
 #include "xefile/xefile.h"
 
 namespace xe {
@@ -147,14 +147,9 @@ uint8_t *ImageOffsetArray(Cine *c);
 // or null when the record does not hold them. A save keeps its table here.
 uint8_t *ImageOffsetSlots(Cine *c, uint32_t count);
 
-// Fields every creator takes from the Header: save range, fetch range, the
-// view words, QFactor, AviFrameRate and the TimeFormat of the camera options.
-void FillCreationFields(Cine *c);
-
-// The end shared by every creator: stamp options, BmihOpened, save control,
-// FileType and its defaults, the demosaic setting, the 400-byte working block
-// and use case 1. Returns the merged status.
-int32_t FinishNewCine(Cine *c, int32_t status);
+// Aims the fused adjustment step of the processing parameters at the
+// record's own items: a copied record must be aimed again before use.
+void AimFusedPointers(Cine *c);
 
 // 2 to the power `bits` minus 1 as a level, for depths from 0 to 31.
 int32_t MaxLevelForDepth(uint32_t bits);

@@ -2,7 +2,7 @@
 // colour switch and the predicates.
 #include "companions/int/dib.h"
 #include "frame/cine.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 using namespace xe;
 

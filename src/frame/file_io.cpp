@@ -9,7 +9,7 @@
 
 #include "companions/con/log.h"
 #include "frame/messages.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 namespace xe {
 namespace {

@@ -4,7 +4,7 @@
 
 #include "companions/con/log.h"
 #include "frame/start.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 namespace xe {
 namespace {
@@ -31,12 +31,6 @@ constexpr const char *kTable[kTableMessageCount] = {
 };
 
 }  // namespace
-
-bool LogOn() { return (frame::LogFlags.load() & 1u) != 0; }
-
-ErrCodeOnExit::~ErrCodeOnExit() {
-  if (status_ != 0 && LogOn()) con::Debprintf(" ErrCode= %d", status_);
-}
 
 int32_t ReportMessage(void *, const char *text, const char *caption, uint32_t) {
   if (LogOn()) con::Debprintf("\n%s: %s", caption ? caption : "(null)", text ? text : "(null)");

@@ -6,7 +6,7 @@
 #include <mutex>
 
 #include "companions/con/log.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "xefile/xefile_status.h"
 
 namespace xe::frame {

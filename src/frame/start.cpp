@@ -11,12 +11,11 @@
 #include "companions/con/log.h"
 #include "companions/con/services.h"
 #include "frame/plugins.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "xefile/xefile.h"
 
 namespace xe::frame {
 
-std::atomic<uint32_t> LogFlags{0};
 std::atomic<uint32_t> MessagesEnabled{0};
 
 namespace {
@@ -132,11 +131,21 @@ std::timed_mutex *SaveCineBufferMutex() { return g_saveBufferMutex.get(); }
 
 }  // namespace xe::frame
 
+namespace {
+
+// Registers a client of the given version; registering the first client is
+// what brings the library up.
+int32_t XeRegisterClientEx(void *, void *, void *, uint32_t /*clientVersion*/) {
+  return xe::frame::StartInternal();
+}
+
+}  // namespace
+
 extern "C" {
 
 XEFILE_API int32_t XeStartXeFile(void) {
-  return xe::con::XeRegisterClientEx(nullptr, nullptr, nullptr,
-                                     static_cast<uint32_t>(xe::frame::SoftwareVersion()));
+  return XeRegisterClientEx(nullptr, nullptr, nullptr,
+                            static_cast<uint32_t>(xe::frame::SoftwareVersion()));
 }
 
 XEFILE_API int32_t XeStartXeFileInternal(void) { return xe::frame::StartInternal(); }

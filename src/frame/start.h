@@ -6,10 +6,12 @@
 #include <cstdint>
 #include <mutex>
 
+#include "companions/con/log.h"
+
 namespace xe::frame {
 
-// Bit 0 set: diagnostics on. Filled from the settings on the first start only.
-extern std::atomic<uint32_t> LogFlags;
+// The log flags are kept with the log.
+using con::LogFlags;
 // Set by XefEnableXefileMessages; gates the standard messages.
 extern std::atomic<uint32_t> MessagesEnabled;
 

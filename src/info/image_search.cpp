@@ -13,7 +13,7 @@
 #include <cstdlib>
 
 #include "frame/cine.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 using namespace xe;
 

@@ -11,7 +11,7 @@
 #include <cstring>
 
 #include "frame/cine.h"
-#include "saving/saving_options.h"
+#include "frame/saving_options.h"
 
 namespace xe {
 
@@ -46,10 +46,6 @@ uint32_t SnapToMultiple(uint32_t value, uint32_t step);
 // allows.
 void NormalizeCropRect(XeRect *rect, uint32_t W, uint32_t H);
 
-// The JPEG quantisation factor of a quality from 1 (worst) to 100 (best), and
-// back; values outside are limited first (quality 1 to 100, factor 2 to 255).
-uint32_t QFactorOfQuality(uint32_t quality);
-uint32_t QualityOfQFactor(uint32_t qFactor);
 
 // White-balance gains can be kept as metadata: a raw file cine (or a gray
 // processed one) with bMetaWB set, or a camera of firmware above 583.

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "frame/cine.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "info/selectors.h"
 #include "processing/chain_steps.h"
 #include "processing/process_cine.h"

@@ -18,7 +18,7 @@
 #include "companions/int/dib.h"
 #include "companions/int/improc.h"
 #include "frame/cine.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "info/selectors.h"
 #include "processing/chain_steps.h"
 #include "processing/use_case.h"
@@ -499,3 +499,7 @@ bool SetProcessingInfo(Cine *c, uint32_t selector, void *value) {
 }
 
 }  // namespace xe
+
+extern "C" XEFILE_API int32_t XefSupportsMetaWB(CineHandle cine) {
+  return cine && xe::SupportsMetaWB(cine) ? 1 : 0;
+}

@@ -5,8 +5,8 @@
 
 #include "companions/con/services.h"
 #include "frame/cine.h"
-#include "info/image_time.h"
-#include "info/timecode.h"
+#include "cinefile/image_time.h"
+#include "cinefile/timecode.h"
 
 using namespace xe;
 

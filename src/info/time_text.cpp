@@ -7,8 +7,8 @@
 
 #include "companions/int/time_print.h"
 #include "frame/cine.h"
-#include "frame/status.h"
-#include "info/image_time.h"
+#include "companions/con/status.h"
+#include "cinefile/image_time.h"
 
 namespace xe {
 namespace {

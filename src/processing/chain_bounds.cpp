@@ -7,11 +7,11 @@
 #include "companions/int/dib.h"
 #include "companions/int/geometry.h"
 #include "companions/int/setup_defaults.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "processing/chain_steps.h"
 #include "processing/process_cine.h"
 #include "processing/use_case.h"
-#include "saving/saving_options.h"
+#include "frame/saving_options.h"
 #include "xefile/xefile.h"
 
 namespace xe {

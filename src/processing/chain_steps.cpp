@@ -10,9 +10,9 @@
 #include "companions/int/dib.h"
 #include "companions/int/geometry.h"
 #include "companions/int/mosaic.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "processing/use_case.h"
-#include "saving/saving_options.h"
+#include "frame/saving_options.h"
 
 namespace xe {
 
@@ -480,11 +480,6 @@ int32_t ApplyActivationRules(Cine *c) {
     SideEffects(c, f, step, on);
   }
   return XE_OK;
-}
-
-void AimFusedPointers(Cine *c) {
-  ProcessingParams &p = c->Processing;
-  p.fused = {&p.bright, &p.contrast, &p.sat, &p.hue, &p.gamma, &p.flip, &p.angle, &p.filter};
 }
 
 void FuseImProcSteps(Cine *c) {

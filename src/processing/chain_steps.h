@@ -92,8 +92,6 @@ inline const ScaleParams &ScaleParamsOf(const ProcessingParams &p, uint32_t step
   return step == kStepResample ? p.resample : step == kStepDownsample ? p.downsample : p.upsample;
 }
 
-// Aims the eight pointers of the fused step at this cine's items.
-void AimFusedPointers(Cine *c);
 
 // Updates h as the step would change it, if the step is active; biSizeImage
 // follows every change of size.

@@ -5,7 +5,7 @@
 #include "companions/con/log.h"
 #include "companions/int/dib.h"
 #include "companions/int/image_view.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 namespace xe {
 namespace {

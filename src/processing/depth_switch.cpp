@@ -1,6 +1,5 @@
 // The depth of a cine's images: the switch between 8 bits and the camera's
-// own depth, the header after the camera's depth changed, and whether white
-// balance can stay metadata.
+// own depth, and the header after the camera's depth changed.
 #include <algorithm>
 
 #include "companions/con/camera_driver.h"
@@ -8,8 +7,7 @@
 #include "companions/int/dib.h"
 #include "companions/int/mosaic.h"
 #include "frame/cine.h"
-#include "frame/status.h"
-#include "info/selectors.h"
+#include "companions/con/status.h"
 
 using namespace xe;
 
@@ -110,10 +108,6 @@ XEFILE_API int32_t XefUpdateCineRealBppChanged(CineHandle cine) {
   // The flaw cache is rebuilt on its next use; this build keeps none.
   cine->ParamsChanged = 1;
   return status;
-}
-
-XEFILE_API int32_t XefSupportsMetaWB(CineHandle cine) {
-  return cine && SupportsMetaWB(cine) ? 1 : 0;
 }
 
 }

@@ -12,7 +12,7 @@
 #include "companions/int/improc.h"
 #include "companions/int/mosaic.h"
 #include "companions/int/packing.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "processing/chain_steps.h"
 #include "processing/crop_image.h"
 #include "processing/process_cine.h"

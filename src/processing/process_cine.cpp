@@ -4,7 +4,7 @@
 
 #include "companions/con/log.h"
 #include "companions/int/dib.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "processing/chain_steps.h"
 #include "processing/use_case.h"
 #include "xefile/xefile_status.h"

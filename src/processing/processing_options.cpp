@@ -7,7 +7,7 @@
 #include "companions/con/log.h"
 #include "companions/int/improc.h"
 #include "frame/cine.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 using namespace xe;
 

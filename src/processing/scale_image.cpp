@@ -10,7 +10,7 @@
 #include "companions/int/image_view.h"
 #include "companions/int/parallel.h"
 #include "frame/memory.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 namespace xe {
 namespace {

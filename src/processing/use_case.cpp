@@ -2,7 +2,7 @@
 
 #include "companions/con/log.h"
 #include "companions/con/settings.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "processing/chain_steps.h"
 
 namespace xe {

@@ -11,12 +11,11 @@
 #include <strings.h>
 
 #include "companions/int/time_print.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
+#include "frame/file_paths.h"
 
 namespace xe {
 namespace {
-
-constexpr char kSeparator = '/';
 
 // A text being built in a buffer of kPathSize bytes: whatever does not fit
 // before the terminator is dropped.
@@ -41,14 +40,6 @@ class PathWriter {
   char *buf_;
   size_t len_ = 0;
 };
-
-const char *LastComponent(const char *path) {
-  const char *sep = std::strrchr(path, kSeparator);
-  return sep ? sep + 1 : path;
-}
-
-// The dot of the last extension of the last component, or null.
-const char *ExtensionDot(const char *path) { return std::strrchr(LastComponent(path), '.'); }
 
 // `n` printed with at least `digits` places, zero-padded behind a minus sign,
 // of which only the last `digits` characters are kept.
@@ -175,45 +166,6 @@ int32_t XefExpandFileName(Cine *c, int32_t imageNo, char *out) {
   return XE_OK;
 }
 
-int32_t XefIsFileOrDirectory(const char *path) {
-  if (!path || !*path) return 0;
-  struct stat st;
-  if (stat(path, &st) != 0) return 0;
-  return S_ISDIR(st.st_mode) ? 1 : 2;
-}
-
-int32_t XefMakeDirectory(const char *path) {
-  if (!path) return 0;
-  if (int32_t kind = XefIsFileOrDirectory(path)) return kind == 1 ? 1 : 0;
-  std::string p(path);
-  // Every parent first; those that exist or cannot be made are passed over.
-  for (size_t i = 1; i < p.size(); ++i)
-    if (p[i] == kSeparator) mkdir(p.substr(0, i).c_str(), 0777);
-  if (!p.empty()) mkdir(p.c_str(), 0777);
-  if (!p.empty() && p.back() == kSeparator) p.pop_back();
-  return XefIsFileOrDirectory(p.c_str()) == 1 ? 1 : 0;
-}
-
-bool XefIsFileExtension(const char *path, const char *extension) {
-  if (!path || !extension) return false;
-  const char *dot = ExtensionDot(path);
-  return strcasecmp(dot ? dot : "", extension) == 0;
-}
-
-void XefReplaceFileExtension(char *path, const char *extension) {
-  if (!path || !extension) return;
-  const char *dot = ExtensionDot(path);
-  size_t base = dot ? static_cast<size_t>(dot - path) : std::strlen(path);
-  if (base >= kPathSize - 1) {
-    path[base] = 0;  // no room for any of it
-    return;
-  }
-  size_t room = kPathSize - 1 - base;
-  size_t n = strnlen(extension, room);
-  std::memmove(path + base, extension, n);
-  path[base + n] = 0;
-}
-
 void ChdFileName(const char *name, char *out) {
   PathWriter w(out);
   if (!name) return;
@@ -258,18 +210,6 @@ XEFILE_API int32_t XefExpandFileName(CineHandle cine, int32_t imageNo, char *out
   if (!cine) return XE_ERR_NULL_CINE;
   if (!out) return XE_ERR_NULL_ARGUMENT;
   return xe::XefExpandFileName(cine, imageNo, out);
-}
-
-XEFILE_API int32_t XefMakeDirectory(const char *path) { return xe::XefMakeDirectory(path); }
-
-XEFILE_API int32_t XefIsFileOrDirectory(const char *path) { return xe::XefIsFileOrDirectory(path); }
-
-XEFILE_API int32_t XefIsFileExtension(const char *path, const char *extension) {
-  return xe::XefIsFileExtension(path, extension) ? 1 : 0;
-}
-
-XEFILE_API void XefReplaceFileExtension(char *path, const char *extension) {
-  xe::XefReplaceFileExtension(path, extension);
 }
 
 }  // extern "C"

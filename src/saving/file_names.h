@@ -1,11 +1,11 @@
 // Names of the files a save writes: the expansion of the output pattern, the
-// header-file name beside an output, default extensions, and the small file
-// and directory tests the save paths use. '/' separates path components.
+// header-file name beside an output and default extensions.
 #pragma once
 
 #include <cstdint>
 
 #include "frame/cine.h"
+#include "frame/file_paths.h"
 
 namespace xe {
 
@@ -25,19 +25,6 @@ namespace xe {
 // directory part (up to the last '/') is created. With no '/' in the pattern
 // the first character of the output becomes '/'. Always 0.
 int32_t XefExpandFileName(Cine *c, int32_t imageNo, char *out);
-
-// 1 when `path` is a directory afterwards, else 0. Missing parents are
-// created; an existing file answers 0 at once.
-int32_t XefMakeDirectory(const char *path);
-// 0 nothing there (or no path), 1 a directory, 2 anything else.
-int32_t XefIsFileOrDirectory(const char *path);
-// True when the last extension of the last path component, dot included,
-// is `extension`, case-blind. A name without extension matches "".
-bool XefIsFileExtension(const char *path, const char *extension);
-// Replaces the last extension of the last path component with `extension`
-// (dot included), or appends it. `path` holds kPathSize bytes; the result is
-// cut to fit.
-void XefReplaceFileExtension(char *path, const char *extension);
 
 // The header file beside an output: the extension's letters join the base
 // name and the extension becomes ".chd" ("/d/clip.tif" -> "/d/cliptif.chd",

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "companions/con/log.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "saving/save_loop.h"
 
 namespace xe {

@@ -15,17 +15,18 @@
 #include "companions/int/dib.h"
 #include "frame/plugins.h"
 #include "frame/start.h"
-#include "frame/status.h"
-#include "info/image_time.h"
+#include "companions/con/status.h"
+#include "cinefile/image_time.h"
 #include "processing/process_cine.h"
 #include "processing/use_case.h"
-#include "saving/cine_writer.h"
+#include "formats/cine/cine_writer.h"
 #include "saving/file_names.h"
 #include "saving/save_range.h"
 #include "saving/saving_thread.h"
 #include "saving/still_image.h"
-#include "saving/tiff.h"
-#include "saving/xml_header.h"
+#include "formats/tiff/tiff.h"
+#include "saving/multipage_tiff.h"
+#include "formats/xml/xml_header.h"
 
 namespace xe {
 namespace {

@@ -1,13 +1,11 @@
-// The exported setters of the save options of a cine: output pattern, type,
-// time stamp and JPEG quality; the save range; the heads to save; and the
+// The exported setters of the save options of a cine: the save range; the heads to save; and the
 // copy of the options from one cine to another.
 #include <cstdint>
 #include <cstring>
 
 #include "companions/con/log.h"
 #include "frame/cine.h"
-#include "frame/status.h"
-#include "info/selectors.h"
+#include "companions/con/status.h"
 #include "saving/save_range.h"
 
 namespace xe {
@@ -59,24 +57,6 @@ void CopySaveFields(SavingOptions &d, const SavingOptions &s) {
 using namespace xe;
 
 extern "C" {
-
-// The type and stamp are stored as they come: the defaults of a type are run
-// only by selector 502.
-XEFILE_API int32_t XeSetCineSaveOptions(CineHandle cine, const char *fileName, uint16_t fileType,
-                                        uint32_t stampTime, int32_t quality) {
-  if (LogOn())
-    con::Debprintf("\nXeSetCineSaveOptions: Cine: 0x%x szFileName 0x%x (%s) StampTime:%d CCIQuality:%d",
-                   Addr(cine), Addr(fileName), fileName ? fileName : "", stampTime, quality);
-  int32_t status = XE_OK;
-  ErrCodeOnExit log(status);
-  if (!cine) return status = XE_ERR_NULL_CINE;
-  if (fileName) SetCineInfo(cine, CIS_FileName, const_cast<char *>(fileName));
-  cine->Saving.FileType = static_cast<int16_t>(fileType);
-  cine->Saving.StampTime = stampTime;
-  // A negative quality, taken as unsigned, is above 100.
-  cine->Saving.QFactor = QFactorOfQuality(static_cast<uint32_t>(quality));
-  return status;
-}
 
 XEFILE_API int32_t XeSetCineSaveRange(CineHandle cine, int32_t first, int32_t last) {
   if (LogOn()) con::Debprintf("\nXeSetCineSaveRange Cine 0x%x First %d Last %d", Addr(cine), first, last);

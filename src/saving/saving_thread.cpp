@@ -15,7 +15,7 @@
 
 #include "companions/con/log.h"
 #include "companions/con/services.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "saving/save_loop.h"
 
 namespace xe {

@@ -4,7 +4,7 @@
 
 #include "companions/con/services.h"
 #include "companions/int/dib.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "processing/use_case.h"
 
 namespace xe {

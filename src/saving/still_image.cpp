@@ -6,11 +6,11 @@
 #include "companions/int/depth.h"
 #include "companions/int/dib.h"
 #include "companions/int/setup_defaults.h"
-#include "formats/raw_image.h"
+#include "formats/raw/raw_image.h"
 #include "frame/plugins.h"
-#include "frame/status.h"
-#include "info/selectors.h"
-#include "saving/tiff.h"
+#include "companions/con/status.h"
+#include "saving/jpeg_quality.h"
+#include "formats/tiff/tiff.h"
 
 namespace xe {
 namespace {

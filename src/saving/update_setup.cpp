@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "companions/int/dib.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 namespace xe {
 namespace {

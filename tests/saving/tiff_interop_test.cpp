@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "fixtures/cine_builder.h"
-#include "saving/tiff.h"
+#include "formats/tiff/tiff.h"
 #include "support/bitmap.h"
 #include "xefile/xefile.h"
 

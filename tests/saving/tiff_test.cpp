@@ -1,7 +1,8 @@
 // The library's TIFF files byte by byte: the heads of single files of the
 // three depths, the pages of a multipage save and its stop, and the reader
 // on the writer's files, on a big-endian file with strips and on broken ones.
-#include "saving/tiff.h"
+#include "formats/tiff/tiff.h"
+#include "saving/multipage_tiff.h"
 
 #include <gtest/gtest.h>
 

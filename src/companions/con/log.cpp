@@ -7,9 +7,13 @@
 #include <string>
 
 #include "companions/con/settings.h"
+#include "companions/con/status.h"
 #include "xefile/xefile_status.h"
 
 namespace xe::con {
+
+std::atomic<uint32_t> LogFlags{0};
+
 namespace {
 
 std::mutex g_logLock;
@@ -100,3 +104,13 @@ void ResetLogSink() {
 }
 
 }  // namespace xe::con
+
+namespace xe {
+
+bool LogOn() { return (con::LogFlags.load() & 1u) != 0; }
+
+ErrCodeOnExit::~ErrCodeOnExit() {
+  if (status_ != 0 && LogOn()) con::Debprintf(" ErrCode= %d", status_);
+}
+
+}  // namespace xe

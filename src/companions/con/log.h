@@ -4,11 +4,16 @@
 // else to standard error.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "xefile/xefile_records.h"
 
 namespace xe::con {
+
+// Bit 0 set: diagnostics on. Filled from the settings on the library's first
+// start only.
+extern std::atomic<uint32_t> LogFlags;
 
 void Debprintf(const char *format, ...) __attribute__((format(printf, 1, 2)));
 // Logs the fields of a bitmap or image header under a label.

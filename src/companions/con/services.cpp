@@ -8,15 +8,9 @@
 
 #include "companions/con/camera_driver.h"
 #include "companions/con/settings.h"
-#include "frame/start.h"
 #include "xefile/xefile_status.h"
 
 namespace xe::con {
-
-int32_t XeRegisterClientEx(void *, void *, void *, uint32_t /*clientVersion*/) {
-  // Registering the first client is what brings the library up.
-  return frame::StartInternal();
-}
 
 int32_t XefAcquireMutex(MutexHandle mutex, uint32_t timeoutMs) {
   if (!mutex) return XE_ERR_NULL_ARGUMENT;

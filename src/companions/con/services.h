@@ -1,5 +1,5 @@
 // Services of the control companion that the library needs with or without a
-// camera: client registration, mutexes with time-outs, the millisecond clock,
+// camera: mutexes with time-outs, the millisecond clock,
 // time arithmetic, ranges and camera options.
 #pragma once
 
@@ -9,9 +9,6 @@
 #include "xefile/xefile_records.h"
 
 namespace xe::con {
-
-// Registers a client of the given version and starts the library for it.
-int32_t XeRegisterClientEx(void *, void *, void *, uint32_t clientVersion);
 
 using MutexHandle = std::timed_mutex *;
 // 0 when acquired within the time-out, XE_ERR_MUTEX_TIMEOUT otherwise.

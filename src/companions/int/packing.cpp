@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "companions/int/dib.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 namespace xe::intl {
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "processing/stamp_options.h"
+#include "frame/stamp_options.h"
 
 struct Cine;
 

@@ -20,8 +20,8 @@
 #include "frame/memory.h"
 #include "frame/messages.h"
 #include "frame/start.h"
-#include "frame/status.h"
-#include "saving/tiff.h"
+#include "companions/con/status.h"
+#include "formats/tiff/tiff.h"
 
 namespace xe {
 namespace tiff {

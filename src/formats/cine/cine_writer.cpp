@@ -1,4 +1,4 @@
-#include "saving/cine_writer.h"
+#include "formats/cine/cine_writer.h"
 
 #include <algorithm>
 #include <cstring>
@@ -8,7 +8,7 @@
 #include "companions/con/log.h"
 #include "companions/int/dib.h"
 #include "frame/messages.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 namespace xe {
 namespace {

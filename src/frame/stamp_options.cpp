@@ -1,4 +1,4 @@
-#include "processing/stamp_options.h"
+#include "frame/stamp_options.h"
 
 #include <cstring>
 

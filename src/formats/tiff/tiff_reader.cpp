@@ -12,8 +12,8 @@
 #include "companions/int/dib.h"
 #include "companions/int/geometry.h"
 #include "frame/memory.h"
-#include "frame/status.h"
-#include "saving/tiff.h"
+#include "companions/con/status.h"
+#include "formats/tiff/tiff.h"
 
 namespace xe {
 namespace {

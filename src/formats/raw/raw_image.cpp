@@ -1,4 +1,4 @@
-#include "formats/raw_image.h"
+#include "formats/raw/raw_image.h"
 
 #include <cstdio>
 #include <cstring>
@@ -8,7 +8,7 @@
 #include "companions/int/dib.h"
 #include "frame/file_io.h"
 #include "frame/messages.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 namespace xe {
 namespace {

@@ -16,9 +16,8 @@
 #include "companions/int/dib.h"
 #include "companions/int/geometry.h"
 #include "frame/memory.h"
-#include "frame/status.h"
-#include "saving/save_loop.h"
-#include "saving/tiff.h"
+#include "companions/con/status.h"
+#include "formats/tiff/tiff.h"
 
 namespace xe {
 namespace {
@@ -30,11 +29,6 @@ constexpr uint16_t kPageEntries = 13;
 constexpr uint32_t kDirectoryBytes = 2 + kPageEntries * 12 + 4;  // 162
 constexpr uint32_t kPageHeadBytes = kDirectoryBytes + 16 + tiff::kSoftwareField + tiff::kDateField;
 static_assert(kPageHeadBytes == kPageEntries * 12 + 22 + tiff::kSoftwareField + tiff::kDateField);
-// The size estimate of a page beyond its image, and of the file beyond its pages.
-constexpr uint64_t kEstimatePerPage = 280;
-constexpr uint64_t kEstimateFile = 6;
-constexpr uint64_t kFileLimit = 0x80000000ull;
-constexpr int64_t kBufferEmpty = 0x7FFFFFFF;
 
 // Keeps the high byte of every 16-bit sample, row by row: the rows of the
 // 8-bit result are padded as an 8-bit bitmap, so they are never longer
@@ -136,87 +130,6 @@ int32_t WriteTiffPage(FileHandle f, BitmapInfoHeader *header, uint8_t *pixels, u
   Merge(status, tiff::WriteResolutionTextDate(f, header, time, ut));
   Merge(status, XefFileWrite(f, data, static_cast<uint32_t>(dataBytes)));
   *position = static_cast<uint32_t>(p + pageBytes);
-  return status;
-}
-
-int32_t SaveMultipageTiff(Cine *cine, Cine *reader, Cine *out, pfnCallback cb) {
-  int32_t status = XE_OK;
-  ErrCodeOnExit log(status);
-  if (!reader || !out) return status = XE_ERR_NULL_ARGUMENT;
-  if (LogOn()) con::Debprintf("\nSaving tiff multipage: %s", out->FileName);
-
-  BitmapInfoHeader bmih{};
-  Merge(status, XeGetCineBMIH(out, &bmih));
-  if (status < 0) return status;
-  const uint64_t pixar = intl::XefPixarSize(&bmih);
-  if (pixar == 0 || pixar >= kFileLimit) return status = XE_ERR_NOT_SUPPORTED;
-
-  SavingOptions &so = out->Saving;
-  const uint64_t estimate = so.SaveCount * (pixar + kEstimatePerPage) + kEstimateFile;
-  if (estimate > kFileLimit) {
-    const uint64_t fewer = (estimate - kFileLimit) / pixar + 1;
-    so.SaveCount = fewer >= so.SaveCount ? 0 : static_cast<uint32_t>(so.SaveCount - fewer);
-    Merge(status, XE_WARN_RANGE_REDUCED);
-  }
-
-  FileHandle f = kNoFile;
-  Merge(status, XefFileCreate(out->FileName, &f));
-  if (f == kNoFile) return status;
-  const uint32_t head[2] = {0x002A4949u, 8};  // "II", 42, first page at 8
-  Merge(status, XefFileWrite(f, head, sizeof head));
-  uint32_t position = 8;
-
-  // One group of images at the room that a fetch asks for each of them.
-  uint32_t room = 0;
-  XeGetCineInfo(reader, CIS_MaxImageSizeColor, &room);
-  room = static_cast<uint32_t>(std::max<uint64_t>(room, pixar));
-  uint64_t group = reader->IsFileCine ? 1 : std::max<uint32_t>(ImagesPerGroup(reader), 1);
-  group = std::min<uint64_t>(group, kMaxAllocation / room);
-  const uint32_t bufferSize = static_cast<uint32_t>(group * room);
-  std::unique_ptr<uint8_t, decltype(&FreeMemory)> buffer(
-      static_cast<uint8_t *>(AllocZeroed(bufferSize)), FreeMemory);
-  if (!buffer) {
-    XefFileClose(f);
-    return status = MergeStatus(status, XE_ERR_NO_MEMORY);
-  }
-
-  const Time64 trigger = out->H.Header.TriggerTime;
-  const bool ut = XefCineUT(out) == 1;
-  int64_t bufferFirst = kBufferEmpty, bufferLast = kBufferEmpty;
-  uint64_t stride = pixar;
-  for (uint32_t i = 0; i < so.SaveCount; ++i) {
-    const int64_t n = static_cast<int64_t>(so.SaveFirst) + i;
-    if (n < bufferFirst || n > bufferLast) {
-      ImageRange range{static_cast<int32_t>(n),
-                       static_cast<uint32_t>(std::min<uint64_t>(group, so.SaveCount - i))};
-      ImageHeader ih{};
-      Merge(status, XeGetCineImage(reader, &range, buffer.get(), bufferSize, &ih));
-      stride = ih.biSizeImage ? ih.biSizeImage : pixar;
-      bufferFirst = n;
-      bufferLast = n + range.Cnt - 1;
-    }
-    const uint64_t at = static_cast<uint64_t>(n - bufferFirst) * stride;
-    if (at + pixar <= bufferSize) {
-      BitmapInfoHeader page = bmih;
-      uint8_t *image = buffer.get() + at;
-      Merge(status, intl::XeFlips(&page, image, 0, 1));
-      if (intl::XefIsColorDIB(&page))
-        tiff::SwapColours(image, static_cast<uint32_t>(page.biWidth),
-                          static_cast<uint32_t>(std::abs(page.biHeight)), intl::XefMemWidth(&page),
-                          intl::XefIs16BitDIB(&page));
-      Merge(status,
-            WriteTiffPage(f, &page, image, &position, -8, &trigger, i + 1 == so.SaveCount, ut));
-    } else {
-      Merge(status, XE_ERR_BUFFER_TOO_SMALL);
-    }
-    const uint32_t percent = static_cast<uint32_t>(static_cast<uint64_t>(i) * 100 / so.SaveCount);
-    if (!CallCB(cb, cine, percent)) {
-      so.SaveCount = i;
-      out->H.Header.ImageCount = i;
-      break;
-    }
-  }
-  XefFileClose(f);
   return status;
 }
 

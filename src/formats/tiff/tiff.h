@@ -34,9 +34,6 @@ int32_t WriteTiffIfd(FileHandle f, int16_t fileType, const BitmapInfoHeader *hea
 // 24 bits. `last` ends the page chain; `ut` prints the date in UTC.
 int32_t WriteTiffPage(FileHandle f, BitmapInfoHeader *header, uint8_t *pixels, uint32_t *position,
                       int16_t fileType, const Time64 *time, bool last, bool ut);
-// The whole multipage file of a save: `out` names the file and the range,
-// images come from `reader`, progress goes to `cb` with `cine`.
-int32_t SaveMultipageTiff(Cine *cine, Cine *reader, Cine *out, pfnCallback cb);
 
 // The first image of a TIFF file as the file holds it: rows top-down and
 // unpadded, colour red first, 12-bit samples packed, 16-bit samples in host

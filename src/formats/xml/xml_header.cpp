@@ -1,4 +1,4 @@
-#include "saving/xml_header.h"
+#include "formats/xml/xml_header.h"
 
 #include <cstdio>
 #include <cstring>
@@ -9,9 +9,9 @@
 #include "companions/int/time_print.h"
 #include "companions/sig/signal_values.h"
 #include "frame/messages.h"
-#include "frame/status.h"
-#include "info/image_time.h"
-#include "saving/file_names.h"
+#include "companions/con/status.h"
+#include "cinefile/image_time.h"
+#include "frame/file_paths.h"
 #include "ui/range_data_text.h"
 
 namespace xe {

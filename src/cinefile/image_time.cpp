@@ -1,4 +1,4 @@
-#include "info/image_time.h"
+#include "cinefile/image_time.h"
 
 #include <cmath>
 #include <cstring>

@@ -2,11 +2,12 @@
 #include <cstdio>
 #include <cstring>
 
+#include "access/new_cine.h"
 #include "cinefile/cine_reader.h"
 #include "companions/con/log.h"
 #include "frame/cine.h"
 #include "frame/plugins.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 
 namespace xe {
 namespace {

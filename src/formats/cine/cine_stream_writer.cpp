@@ -19,8 +19,8 @@
 #include "companions/con/services.h"
 #include "companions/int/dib.h"
 #include "frame/cine.h"
-#include "frame/status.h"
-#include "saving/cine_writer.h"
+#include "companions/con/status.h"
+#include "formats/cine/cine_writer.h"
 
 struct XeCineWriter {
   xe::FileHandle File = xe::kNoFile;

@@ -1,4 +1,4 @@
-#include "info/timecode.h"
+#include "cinefile/timecode.h"
 
 #include <cmath>
 #include <cstring>

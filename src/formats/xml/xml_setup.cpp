@@ -9,7 +9,7 @@
 #include <iterator>
 #include <type_traits>
 
-#include "saving/xml_header.h"
+#include "formats/xml/xml_header.h"
 
 namespace xe {
 namespace {

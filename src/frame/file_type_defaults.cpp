@@ -3,7 +3,6 @@
 #include "companions/con/camera_driver.h"
 #include "companions/int/dib.h"
 #include "frame/cine.h"
-#include "info/selectors.h"
 
 namespace xe {
 namespace {

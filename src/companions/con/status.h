@@ -1,4 +1,5 @@
-// Status merging and the " ErrCode= %d" rule shared by every function.
+// Status merging and the " ErrCode= %d" rule shared by every function, the
+// companions included.
 #pragma once
 
 #include <cstdint>
