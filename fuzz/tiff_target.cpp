@@ -8,7 +8,7 @@
 
 #include "fixtures/cine_builder.h"
 #include "fuzz_targets.h"
-#include "saving/tiff.h"
+#include "formats/tiff/tiff.h"
 #include "scratch.h"
 #include "xefile/xefile.h"
 

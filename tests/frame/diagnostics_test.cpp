@@ -7,7 +7,7 @@
 #include "support/log_to_file.h"
 #include "frame/plugins.h"
 #include "frame/start.h"
-#include "frame/status.h"
+#include "companions/con/status.h"
 #include "xefile/xefile.h"
 
 namespace {

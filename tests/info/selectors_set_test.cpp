@@ -9,7 +9,7 @@
 
 #include "cinefile/cine_test_support.h"
 #include "info/selectors.h"
-#include "info/timecode.h"
+#include "cinefile/timecode.h"
 #include "support/log_to_file.h"
 
 using cinetest::Opened;

@@ -11,7 +11,7 @@
 
 #include "cinefile/cine_test_support.h"
 #include "saving/save_loop.h"
-#include "saving/tiff.h"
+#include "formats/tiff/tiff.h"
 #include "support/bitmap.h"
 #include "xefile/xefile.h"
 

@@ -11,8 +11,8 @@
 #include "cinefile/cine_test_support.h"
 #include "companions/con/settings.h"
 #include "fixtures/cine_builder.h"
-#include "saving/cine_writer.h"
-#include "saving/tiff.h"
+#include "formats/cine/cine_writer.h"
+#include "formats/tiff/tiff.h"
 #include "xefile/xefile.h"
 
 namespace {

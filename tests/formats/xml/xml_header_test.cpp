@@ -1,7 +1,7 @@
 // The XML header beside a saved file: the header elements, the per-image
 // blocks of the save range, range data and its escapes, and a check of the
 // whole text by a real XML parser.
-#include "saving/xml_header.h"
+#include "formats/xml/xml_header.h"
 
 #include <cstdio>
 #include <cstdlib>

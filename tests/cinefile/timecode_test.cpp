@@ -4,7 +4,7 @@
 
 #include <tuple>
 
-#include "info/timecode.h"
+#include "cinefile/timecode.h"
 #include "xefile/xefile.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "cinefile/cine_test_support.h"
-#include "info/timecode.h"
+#include "cinefile/timecode.h"
 
 using namespace fixture;
 using cinetest::Opened;

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "fixtures/cine_builder.h"
-#include "formats/raw_image.h"
+#include "formats/raw/raw_image.h"
 #include "support/bitmap.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "cinefile/cine_test_support.h"
-#include "saving/tiff.h"
+#include "formats/tiff/tiff.h"
 #include "support/bitmap.h"
 #include "xefile/xefile.h"
 
