@@ -134,16 +134,6 @@ TEST(TiffSingle, ColourIsWrittenRedFirstWithThreeDepths) {
   EXPECT_EQ(Fields(ValueOf(f, 8, 262), ValueOf(f, 8, 277), +f[290], +f[292]), Fields(2u, 3u, 3, 1));
 }
 
-TEST(TiffReader, ReadsTheHeadOfTheWritersFiles) {
-  fixture::TempFile twelve(Write(Bitmap(4, 2, 16, 0x10000), -9), ".tif");
-  BitmapInfoHeader h{};
-  std::vector<uint8_t> px;
-  bool little = false;
-  ASSERT_EQ(ReadTiffFile(twelve.c_str(), &little, &h, &px), 0);
-  EXPECT_EQ(Fields(little, +h.biBitCount, h.biXPelsPerMeter, h.biYPelsPerMeter, h.biClrImportant),
-            Fields(true, 12, 62500, 40000, 0x10000u));
-}
-
 // A big-endian gray 16-bit file of 2 x 3, one row per strip, offsets in a
 // LONG array and byte counts as SHORTs, resolution in centimetres.
 Bytes BigEndianFile() {
@@ -180,11 +170,9 @@ TEST(TiffReader, BigEndianStripsComeBackInHostOrder) {
   EXPECT_EQ(Fields(little, h.biWidth, h.biHeight, +h.biBitCount, h.biXPelsPerMeter),
             Fields(false, 2, 3, 16, 62));
   ASSERT_EQ(px.size(), 12u);
-  for (uint16_t i = 0; i < 6; ++i) {
-    uint16_t v;
-    std::memcpy(&v, &px[2 * i], 2);
-    EXPECT_EQ(v, 0x0102 * (i + 1)) << i;
-  }
+  std::vector<uint16_t> v(6);
+  std::memcpy(v.data(), px.data(), 12);
+  EXPECT_EQ(v, (std::vector<uint16_t>{0x0102, 0x0204, 0x0306, 0x0408, 0x050A, 0x060C}));
 }
 
 TEST(TiffReader, BrokenFilesFailCleanly) {
@@ -196,7 +184,9 @@ TEST(TiffReader, BrokenFilesFailCleanly) {
     return ReadTiffFile(f.c_str(), &little, &h, &px);
   };
   Bytes good = Write(Bitmap(3, 2, 48, 0x10000), -10);
-  ASSERT_EQ(read(good), 0);
+  ASSERT_EQ(read(good), 0);  // the writer's own file reads back with its head
+  EXPECT_EQ(Fields(little, +h.biBitCount, h.biXPelsPerMeter, h.biYPelsPerMeter, h.biClrImportant),
+            Fields(true, 48, 62500, 40000, 0x10000u));
   for (size_t n = 0; n < good.size(); ++n)
     EXPECT_LT(read(Bytes(good.begin(), good.begin() + n)), 0) << "cut at " << n;
 
