@@ -83,14 +83,11 @@ TEST(CineStreamWriter, ReadableAfterEveryImageAndCompactWhenClosed) {
     uint32_t i = uint32_t(im + 2);
     EXPECT_EQ(Raw(o.cine, im), std::vector<uint8_t>(in.Image(i), in.Image(i) + 64));
     uint32_t exposure = 0;
-    EXPECT_EQ(XefCineImageExposure(o.cine, im, &exposure), 1);
-    EXPECT_EQ(exposure, 100 + i);
     uint8_t range[6] = {};
-    EXPECT_EQ(XeGetCineAuxData(o.cine, im, 1004, 6, range), 0);
-    EXPECT_EQ(range[0], i);
     int16_t ana[2] = {};
-    EXPECT_EQ(XeGetCineAuxData(o.cine, im, 1006, 4, ana), 0);
-    EXPECT_EQ(ana[0], int16_t(i * 10));
+    EXPECT_EQ(XefCineImageExposure(o.cine, im, &exposure), 1);
+    ASSERT_EQ(XeGetCineAuxData(o.cine, im, 1004, 6, range) | XeGetCineAuxData(o.cine, im, 1006, 4, ana), 0);
+    EXPECT_EQ(cinetest::Fields(exposure, uint32_t{range[0]}, ana[0]), cinetest::Fields(100 + i, i, int16_t(i * 10)));
   }
   // The image without a time got the trigger time plus its place at 1000 fps.
   Time64 t{};
@@ -147,8 +144,7 @@ TEST(CineStreamWriter, RefusesWhatTheFormatCannotHold) {
   in.params.Bmih.biBitCount = 16;
   in.params.MaxImages = 2;
   ASSERT_EQ(XefCineWriterOpen(path.c_str(), &in.params, &w), 0);
-  EXPECT_EQ(XefCineWriterAddImage(w, in.Image(0), nullptr, 0, nullptr), 0);
-  EXPECT_EQ(XefCineWriterAddImage(w, in.Image(1), nullptr, 0, nullptr), 0);
+  for (uint32_t i = 0; i < 2; ++i) EXPECT_EQ(XefCineWriterAddImage(w, in.Image(i), nullptr, 0, nullptr), 0);
   EXPECT_EQ(XefCineWriterAddImage(w, in.Image(2), nullptr, 0, nullptr), XE_ERR_NOT_SUPPORTED);
   EXPECT_EQ(XefCineWriterClose(w), 0);
   Opened o(path);
