@@ -56,9 +56,7 @@ void RoundTrip(int32_t w, int32_t h, const std::vector<uint16_t> &codes, uint32_
       const uint16_t code = codes[y * w + x];
       ASSERT_EQ(At(buf, w, x, y), mode == 1 ? lut[code] : code) << "at " << x << "," << y;
     }
-    if (Stride(w) > size_t(w) * 2) {
-      ASSERT_EQ(At(buf, w, w, y), 0) << "padding of row " << y;
-    }
+    ASSERT_TRUE(Stride(w) == size_t(w) * 2 || At(buf, w, w, y) == 0) << "padding of row " << y;
   }
   ASSERT_EQ(XefRepackImage(&b, buf.data(), nullptr, 10), 0);
   EXPECT_EQ(std::tuple(b.biCompression, b.biClrImportant, size_t{b.biSizeImage}),
@@ -145,12 +143,8 @@ TEST(LinearizationCurve, StrictlyIncreasingFullScaleWithAnExactInverse) {
   // Every value goes to a nearest code, and a tie to the lower one.
   for (int v = 0; v < 16384; ++v) {
     const int c = inv[v], d = std::abs(lin[c] - v);
-    if (c > 0) {
-      ASSERT_GT(std::abs(lin[c - 1] - v), d) << v;
-    }
-    if (c < 1023) {
-      ASSERT_GE(std::abs(lin[c + 1] - v), d) << v;
-    }
+    ASSERT_TRUE(c == 0 || std::abs(lin[c - 1] - v) > d) << v;
+    ASSERT_TRUE(c == 1023 || std::abs(lin[c + 1] - v) >= d) << v;
   }
 }
 
