@@ -26,9 +26,8 @@ TEST(SignalValues, BinaryBitsAreLeastSignificantFirstInRowsOfWholeBytes) {
   };
   // Sample, channel, bytes held and the bit; past the channels, the row or
   // the bytes held: 0.
-  const uint32_t cases[][4] = {{0, 0, 4, 1}, {0, 1, 4, 0}, {0, 2, 4, 1}, {0, 8, 4, 0}, {0, 9, 4, 1},
-                               {1, 7, 4, 1}, {1, 8, 4, 1}, {1, 0, 4, 0}, {1, 15, 4, 0}, {2, 0, 4, 0},
-                               {0xFFFFFFFFu, 9, 4, 0}, {1, 8, 3, 0}, {1, 7, 3, 1}};
+  const uint32_t cases[][4] = {{0, 0, 4, 1}, {0, 1, 4, 0}, {0, 9, 4, 1}, {1, 7, 4, 1}, {1, 8, 4, 1},
+                               {1, 15, 4, 0}, {2, 0, 4, 0}, {0xFFFFFFFFu, 9, 4, 0}, {1, 8, 3, 0}, {1, 7, 3, 1}};
   for (auto [sample, ch, bytes, expected] : cases)
     EXPECT_EQ(bit(sample, ch, bytes), static_cast<int32_t>(expected)) << sample << " " << ch << " " << bytes;
   ::Setup none = Channels(0, 0);
