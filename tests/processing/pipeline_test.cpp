@@ -197,14 +197,11 @@ TEST(Picture, RawColourFileInTheViewUseCase) {
   EXPECT_EQ(std::memcmp(reinterpret_cast<uint8_t *>(&bmih) + 4,
                         reinterpret_cast<uint8_t *>(&h) + 4, 36), 0);
   // Blue-green-red samples of the flat colour, leaving out the border.
+  const uint16_t bgr[3] = {kBlue, kGreen, kRed};
   for (int32_t row = 1; row < kPH - 1; ++row)
-    for (int32_t x = 1; x < kPW - 1; ++x) {
-      uint16_t bgr[3];
-      std::memcpy(bgr, &px[(row * kPW + x) * 6], 6);
-      ASSERT_NEAR(bgr[0], kBlue, 40) << x << "," << row;
-      ASSERT_NEAR(bgr[1], kGreen, 40) << x << "," << row;
-      ASSERT_NEAR(bgr[2], kRed, 40) << x << "," << row;
-    }
+    for (int32_t x = 1; x < kPW - 1; ++x)
+      for (int c = 0; c < 3; ++c)
+        ASSERT_NEAR(fixture::GetU16(px, (row * kPW + x) * 6 + 2 * c), bgr[c], 40) << x << "," << row << " " << c;
 }
 
 TEST(Picture, OnlyQuarterTurnsExchangeTheSize) {
