@@ -14,8 +14,7 @@ TEST_F(CliTest, RawImagesKeepTheStoredValuesInPgmAndTiff) {
   const std::string file = Recording(Path("rec.cine"));
   ASSERT_EQ(Tool({"extract", file, "-i", "1", "--raw", "-o", Path("r.pgm")}).code, 0);
   ASSERT_EQ(Tool({"extract", file, "-i", "1", "--raw", "-o", Path("r.tif")}).code, 0);
-  const std::string head = ReadText(Path("r.pgm")).substr(0, 13);
-  EXPECT_EQ(head, "P5\n16 8\n4095\n");
+  EXPECT_EQ(ReadText(Path("r.pgm")).substr(0, 13), "P5\n16 8\n4095\n");
   const std::vector<uint16_t> pgm = PnmSamples(ReadText(Path("r.pgm")));
   const std::string tif = ReadText(Path("r.tif"));
   EXPECT_EQ(TiffTag(tif, 258), 16u);
