@@ -26,11 +26,7 @@ TEST(HeaderChecks, GeometriesTheFileCannotHoldAreRefused) {
       {"height of millions in a small file", 16, 15597679, 16, 0},
       {"width of a million", 1000000, 4, 16, 0},
       {"negative width", -16, 4, 16, 0},
-      {"negative height", 16, -4, 16, 0},
-      {"zero width", 0, 4, 16, 0},
-      {"zero height", 16, 0, 16, 0},
       {"12 bits per pixel", 16, 4, 12, 0},
-      {"32 bits per pixel", 16, 4, 32, 0},
       {"run-length compression", 16, 4, 16, 1},
       {"packed 8-bit samples", 16, 4, 8, 256},
   };
