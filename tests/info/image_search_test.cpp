@@ -62,15 +62,12 @@ TEST(ImageSearch, ConditionsDirectionsAndTheEndsOfTheWalk) {
       {"the first set bit ahead", burst, 0, -4, 0, 1, 0, -1},
       {"the first clear bit ahead", burst, 0, -1, 0, 0, 0, 2},
       {"the first change from a set start", burst, 0, -1, 0, 2, 0, 2},
-      {"the first change from a clear start", burst, 0, -4, 0, 2, 0, -1},
       {"backward to the end of the burst", burst, 0, 5, 1, 1, 0, 1},
-      {"backward out of the burst", burst, 0, 1, 1, 0, 0, -2},
       {"backward change: the start is not examined", burst, 0, 0, 1, 2, 0, -2},
       {"the very next image", burst, 0, -4, 0, 0, 0, -3},
       // The last image of the direction is never examined, but the search
       // is left on it; already at the end, the start is kept.
       {"forward to the last", {5}, 0, 0, 0, 1, XE_INFO_SEARCH_AT_END, 5},
-      {"backward to the first", {-4}, 0, 3, 1, 1, XE_INFO_SEARCH_AT_END, -4},
       {"forward past the last", {5}, 0, 6, 0, 1, XE_INFO_SEARCH_AT_END, 6},
       {"backward at the first", {5}, 0, kFirst, 1, 1, XE_INFO_SEARCH_AT_END, kFirst},
       // Past the stored images the times are computed with the event bit
@@ -124,8 +121,6 @@ TEST(ImageSearch, BadArguments) {
   EXPECT_EQ(XefCineImageSearch(o.cine, 0, 0, nullptr, 4, &found, nullptr), XE_ERR_NULL_ARGUMENT);
   EXPECT_EQ(XefCineImageSearch(o.cine, 0, 0, &condition, 0, &found, nullptr), XE_ERR_NULL_ARGUMENT);
   condition = 3;
-  EXPECT_EQ(XefCineImageSearch(o.cine, 0, 0, &condition, 4, &found, nullptr), XE_INFO_SEARCH_DIRECTION);
-  condition = static_cast<uint32_t>(-1);
   EXPECT_EQ(XefCineImageSearch(o.cine, 0, 0, &condition, 4, &found, nullptr), XE_INFO_SEARCH_DIRECTION);
 }
 
