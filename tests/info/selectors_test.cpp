@@ -52,8 +52,6 @@ TEST_F(Selectors, SaveOptionsReadInTheirOwnUnits) {
     cine->Saving.QFactor = factor;
     EXPECT_EQ(XevGetCineInfo(cine, CIS_Quality), quality) << factor;
   }
-  cine->Saving.DpxSoftClip = 0x12345;
-  EXPECT_EQ(XevGetCineInfo(cine, CIS_DngOption2324), 0x2345u);
   // The DPX byte order reads inverted: bit 0 set is a big-endian file.
   cine->Saving.DpxFlags = 0x3D;  // big-endian, packing 3, log, LUT
   for (auto [selector, v] : {std::pair{CIS_DpxLittleEndian, 0u}, {CIS_DpxTo10Bit, 0u},
