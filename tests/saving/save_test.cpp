@@ -128,12 +128,6 @@ TEST_F(SaveTest, RangeOutsideTheCineGivesAnEmptyValidFile) {
   EXPECT_EQ(Stored(out.cine).second, 0u);
 }
 
-TEST_F(SaveTest, GrayCinesRefuseDng) {
-  cinetest::Opened src(Recording(false));
-  EXPECT_EQ(Save(src.cine, Out("gray!3.dng"), -26), XE_ERR_NOT_SUPPORTED);
-  EXPECT_EQ(XefIsFileOrDirectory(Out("gray000.dng").c_str()), 0);
-}
-
 // Each save's first report starts a save of the next cine, so that all of
 // them are running at once.
 std::vector<CineHandle> g_chain;
