@@ -44,10 +44,6 @@ TEST(RawImage, TextFormsOfGrayAndColour) {
   uint8_t bgr[8] = {10, 20, 30, 40, 50, 60, 0, 0};
   ASSERT_EQ(xe::WriteRawImage(path.c_str(), &h, bgr, xe::kRawText), 0);
   EXPECT_EQ(Read(path), "30,20,10 40,30,20 \r\n");
-  h = testsupport::Bitmap(1, 1, 48);
-  uint16_t deep[4] = {100, 200, 300, 0};
-  ASSERT_EQ(xe::WriteRawImage(path.c_str(), &h, reinterpret_cast<uint8_t *>(deep), xe::kRawText), 0);
-  EXPECT_EQ(Read(path), "300,200,100 \r\n");
 }
 
 TEST(RawImage, UncreatableFileIsReportedNotFailed) {
