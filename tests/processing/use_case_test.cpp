@@ -244,10 +244,7 @@ TEST_F(Chain, ImProcOptionsThroughTheSetup) {
   in.WBRed = 1.25f;
   in.WBBlue = 0.5f;
   in.FilterCode = 5;
-  in.FilterParam = 120;
   in.UserFilter.dim = 3;
-  in.UserFilter.shifts = 4;
-  in.UserFilter.Coef[1][1] = 16;
   in.Hue = -20;
   c->ParamsChanged = 0;
   EXPECT_EQ(XeSetCineProcessing(c, &in), 0);
