@@ -30,8 +30,6 @@ TEST(SignalValues, BinaryBitsAreLeastSignificantFirstInRowsOfWholeBytes) {
                                {1, 15, 4, 0}, {2, 0, 4, 0}, {0xFFFFFFFFu, 9, 4, 0}, {1, 8, 3, 0}, {1, 7, 3, 1}};
   for (auto [sample, ch, bytes, expected] : cases)
     EXPECT_EQ(bit(sample, ch, bytes), static_cast<int32_t>(expected)) << sample << " " << ch << " " << bytes;
-  ::Setup none = Channels(0, 0);
-  EXPECT_EQ(XefBinSigVal(block.data(), 4, 0, 0, &none), 0);
 }
 
 TEST(SignalValues, AnalogValuesAreSignedLittleEndianChannelByChannel) {
