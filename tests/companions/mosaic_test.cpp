@@ -7,7 +7,6 @@
 #include "companions/sample_image.h"
 
 #include <cmath>
-#include <string>
 #include <tuple>
 #include <vector>
 

@@ -5,7 +5,6 @@
 
 #include <sys/stat.h>
 
-#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
