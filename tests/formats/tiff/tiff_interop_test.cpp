@@ -32,7 +32,9 @@ bool Has(const std::string &tool) { return !Shell("command -v " + tool).empty();
 
 // A Python that has tifffile, or "".
 std::string Python() {
-  return Shell("python3 -c 'import tifffile; print(\"ok\")'").find("ok") == 0 ? "python3" : "";
+  for (const char *py : {"python3", "/usr/bin/python3"})
+    if (Shell(std::string(py) + " -c 'import tifffile; print(\"ok\")'").find("ok") == 0) return py;
+  return "";
 }
 
 // Shape, type and samples of every page, one line for each page:
