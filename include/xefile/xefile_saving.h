@@ -174,6 +174,16 @@ XEFILE_API int32_t XeSaveImageToFile(const char *name, const BitmapInfoHeader *h
                                      const uint8_t *pixels, int16_t fileType, int32_t quality,
                                      const void *options, const Time64 *time);
 
+/* The same from a DIB in one block (header, colour table, pixels). The low
+ * 32 bits of `parameters` give the FileType, taken as negative whatever its
+ * sign (3 and -3 both write -3), the high 32 bits the quality. No format
+ * options and no time; 16-bit images go to 8 bits by their top byte. */
+XEFILE_API int32_t XeWriteImageFile(const char *name, const BitmapInfoHeader *dib,
+                                    uint64_t parameters, uint32_t reserved);
+/* A still file into `dib`, which must hold the whole DIB. Still files are
+ * read through the imaging plugin: XE_ERR_IMAGE_FILE_READ when it is absent. */
+XEFILE_API int32_t XeReadImageFile(const char *name, BitmapInfoHeader *dib);
+
 /* ---- Image search -----------------------------------------------------------
  * From the cine's current image (CIS_PtrImageRangeFirst), forward (direction
  * 0) or backward (1), to the first image whose event bit (bit 1 of its time's

@@ -1,5 +1,5 @@
 // The cines a caller makes in memory, and the end that every creator of a
-// cine shares: the file opener, the camera cines and XefNewCine.
+// cine shares (the file opener and XefNewCine).
 #include "access/new_cine.h"
 
 #include <cstddef>

@@ -54,6 +54,26 @@ uint32_t XefMaxPixDIB(const BitmapInfoHeader *h) {
   return bits >= 32 ? 0xFFFFFFFFu : (1u << bits) - 1;
 }
 
+uint32_t XefDIBHeaderSize(const BitmapInfoHeader *dib) {
+  if (!dib || dib->biSize < sizeof(BitmapInfoHeader)) return 0;
+  uint64_t colours = dib->biClrUsed;
+  if (colours == 0 && dib->biBitCount <= 8) colours = uint64_t{1} << dib->biBitCount;
+  return Saturate(uint64_t{dib->biSize} + 4 * colours);
+}
+
+uint32_t XefDIBSize(const BitmapInfoHeader *dib) {
+  const uint32_t head = XefDIBHeaderSize(dib);
+  return head ? Saturate(uint64_t{head} + XefPixarSize(dib)) : 0;
+}
+
+uint32_t XefDIBSizeAlloc(const BitmapInfoHeader *dib) { return XefDIBSize(dib); }
+
+const uint8_t *XefDIBPixar(const BitmapInfoHeader *dib) {
+  const uint32_t head = XefDIBHeaderSize(dib);
+  if (!head || head == 0xFFFFFFFFu) return nullptr;
+  return reinterpret_cast<const uint8_t *>(dib) + head;
+}
+
 uint32_t GreyLevelsForDepth(uint32_t bits) { return bits > 8 && bits <= 16 ? 1u << bits : 0; }
 
 }  // namespace xe::intl

@@ -29,6 +29,16 @@ bool XefIsColorDIB(const BitmapInfoHeader *h);
 bool XefIsPacked(const BitmapInfoHeader *h);
 uint32_t XefMaxPixDIB(const BitmapInfoHeader *h);
 
+// A DIB in one block: the header (biSize bytes), its colour table (biClrUsed
+// entries of 4 bytes, or 2^biBitCount when that is 0 and the bitmap has 8
+// bits or fewer), then the pixels. Sizes saturate as above; a header whose
+// biSize is below 40 has no DIB size (0) and no pixels (null).
+uint32_t XefDIBHeaderSize(const BitmapInfoHeader *dib);
+uint32_t XefDIBSize(const BitmapInfoHeader *dib);
+// What a buffer that receives a DIB of this header is given: its whole size.
+uint32_t XefDIBSizeAlloc(const BitmapInfoHeader *dib);
+const uint8_t *XefDIBPixar(const BitmapInfoHeader *dib);
+
 inline const BitmapInfoHeader *AsBmih(const ImageHeader *ih) {
   return reinterpret_cast<const BitmapInfoHeader *>(ih);
 }

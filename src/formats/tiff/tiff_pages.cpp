@@ -4,8 +4,7 @@
 // A page from its start p: entry count, 13 entries, next-page offset (162
 // bytes), X and Y resolution (16), the Software text (42), the date (20),
 // then the image with its rows padded as in memory. The next page follows
-// directly; the last one points nowhere. Every page carries the trigger
-// time of the cine as its date.
+// directly; the last one points nowhere.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
