@@ -60,6 +60,15 @@ struct SavingOptions {
   uint32_t PlaybackRate;         // QuickTime time scale, frames per second
 };
 
+// Bits of DpxFlags.
+constexpr uint32_t kDpxBigEndian = 1u << 0;     // "SDPX", headers and samples swapped
+constexpr uint32_t kDpxTo10Bit = 1u << 1;       // linear samples reduced or expanded to 10 bits
+constexpr uint32_t kDpxPackingShift = 2;        // two bits: packing of 10 and 12-bit samples
+constexpr uint32_t kDpxPackingMask = 3u << kDpxPackingShift;
+constexpr uint32_t kDpxLog = 1u << 4;           // 10-bit printing-density log samples
+constexpr uint32_t kDpxWriteLut = 1u << 5;      // LUT text files beside the image
+constexpr uint16_t kDpxMaxLevel = 1023;         // top 10-bit log code value
+
 // The defaults of the target type, run when a cine is made and whenever its
 // FileType changes.
 void ApplyFileTypeDefaults(Cine *cine);

@@ -23,14 +23,6 @@ using sel::GetU32;
 using sel::PutI32;
 using sel::PutU32;
 
-constexpr uint32_t kDpxBigEndian = 1u << 0;  // selector 530 reads it inverted
-constexpr uint32_t kDpxTo10Bit = 1u << 1;
-constexpr uint32_t kDpxPackingShift = 2;     // two bits
-constexpr uint32_t kDpxPackingMask = 3u << kDpxPackingShift;
-constexpr uint32_t kDpxLog = 1u << 4;
-constexpr uint32_t kDpxWriteLut = 1u << 5;
-constexpr uint16_t kDpxMaxLevel = 1023;
-
 constexpr uint32_t kCompressorRows = 20;
 constexpr uint32_t kCompressorNameSize = 256;
 
