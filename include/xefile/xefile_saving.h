@@ -166,10 +166,15 @@ XEFILE_API int32_t XefCineWriterClose(CineWriterHandle writer);
  * An image the caller holds (rows bottom-up, padded to 4 bytes; 8, 16, 24 or
  * 48 bits) to one file of a still FileType (-27 to -1), as a save writes
  * each image: -8, -9, -10 TIFF of 8/24, 12/36 and 16/48 bits (16-bit samples
- * are scaled to full scale by 65536 / biClrImportant), -25 RAW. Other 16-bit
- * types get 8-bit samples (the top byte). `quality` 1 to 100 for the JPEG
- * types; `options` may be null, or point to the RawFileOptions word for -25;
- * `time` (may be null: now) goes into the TIFF date. */
+ * are scaled to full scale by 65536 / biClrImportant), -25 RAW, -27 DPX
+ * (with a zero timecode). Other 16-bit types get 8-bit samples (the top
+ * byte). `quality` 1 to 100 for the JPEG types; `options` may be null, or
+ * point to the RawFileOptions word for -25, or for -27 to the DPX block:
+ * DpxFlags (u32), DpxRefWhite and DpxRefBlack (u16 each), DpxGamma and
+ * DpxFilmGamma (f32 each), DpxSoftClip (u32). DPX answers its own positive
+ * codes: 1 not created, 2 short write, 8 no memory, 16 a depth other than
+ * 8, 10, 12, 14 or 16, 32 a packing above 2. `time` (may be null: now) goes
+ * into the TIFF date. */
 XEFILE_API int32_t XeSaveImageToFile(const char *name, const BitmapInfoHeader *header,
                                      const uint8_t *pixels, int16_t fileType, int32_t quality,
                                      const void *options, const Time64 *time);

@@ -319,8 +319,16 @@ int32_t WriteImageToFile(Cine *writer, uint8_t *pixels, void *stream, const Imag
       Merge(status, xe::XefExpandFileName(writer, imageNo, name));
       Time64 time{};
       CineImageTime(writer, imageNo, &time);
-      StillOptions options{o.RawFileOptions, o.QFactor};
+      StillOptions options = StillOptionsOf(o);
+      if (o.FileType == kTypeDpx) {
+        TC tc{};
+        if (XeGetCineAuxData(writer, imageNo, XE_TAG_TIMECODE, sizeof tc, &tc) == XE_OK)
+          std::memcpy(&options.TimeCode, &tc, sizeof options.TimeCode);
+      }
+      // A DPX writer's own positive codes count as warnings of the save.
       Merge(status, WriteStillImage(name, &h, image, o.FileType, options, &time, &writer->H.Setup));
+      // Only the first image of a range writes the LUT files.
+      o.DpxFlags &= ~kDpxWriteLut;
     } else {
       // Multipage TIFF pages are written by their own loop; the movie
       // formats have no writer in this build.
@@ -328,7 +336,9 @@ int32_t WriteImageToFile(Cine *writer, uint8_t *pixels, void *stream, const Imag
     }
     if (status < 0) return status;
   }
-  o.DpxFlags = savedDpx;
+  // The LUT bit stays cleared once an image is written: a file cine comes in
+  // groups of one image, and the range's later groups must not write LUTs.
+  o.DpxFlags = count && IsStillType(o.FileType) ? savedDpx & ~kDpxWriteLut : savedDpx;
   return status;
 }
 

@@ -1,11 +1,13 @@
 #include "saving/still_image.h"
 
+#include <cstddef>
 #include <cstring>
 #include <vector>
 
 #include "companions/int/depth.h"
 #include "companions/int/dib.h"
 #include "companions/int/setup_defaults.h"
+#include "formats/dpx/dpx_writer.h"
 #include "formats/raw/raw_image.h"
 #include "frame/plugins.h"
 #include "companions/con/status.h"
@@ -15,6 +17,14 @@
 namespace xe {
 namespace {
 
+// The DPX words of SavingOptions are one block, laid out as DpxOptions: the
+// block a caller of XeSaveImageToFile gives is taken as it stands.
+constexpr size_t kDpxAt = offsetof(SavingOptions, DpxFlags);
+static_assert(offsetof(SavingOptions, DpxRefWhite) - kDpxAt == offsetof(DpxOptions, DpxRefWhite) &&
+              offsetof(SavingOptions, DpxRefBlack) - kDpxAt == offsetof(DpxOptions, DpxRefBlack) &&
+              offsetof(SavingOptions, DpxGamma) - kDpxAt == offsetof(DpxOptions, DpxGamma) &&
+              offsetof(SavingOptions, DpxFilmGamma) - kDpxAt == offsetof(DpxOptions, DpxFilmGamma) &&
+              offsetof(SavingOptions, DpxSoftClip) - kDpxAt == offsetof(DpxOptions, DpxSoftClip));
 
 // The still formats of the imaging plugin. Its table has no still writer
 // yet: a loaded plugin answers as for a missing entry point.
@@ -25,13 +35,21 @@ int32_t SaveStillThroughPlugin() {
 
 }  // namespace
 
+StillOptions StillOptionsOf(const SavingOptions &o) {
+  StillOptions s;
+  s.RawFileOptions = o.RawFileOptions;
+  s.QFactor = o.QFactor;
+  s.Dpx = {o.DpxFlags, o.DpxRefWhite, o.DpxRefBlack, o.DpxGamma, o.DpxFilmGamma, o.DpxSoftClip};
+  return s;
+}
+
 int32_t WriteStillImage(const char *name, const ImageHeader *header, const uint8_t *pixels,
                         int16_t fileType, const StillOptions &options, const Time64 *time,
                         const Setup *setup) {
   const BitmapInfoHeader *h = intl::AsBmih(header);
   switch (fileType) {
     case kTypeRaw: return WriteRawImage(name, h, pixels, options.RawFileOptions);
-    case kTypeDpx:
+    case kTypeDpx: return WriteDpxImage(name, h, pixels, options.TimeCode, options.Dpx);
     case kTypeDng: return XE_ERR_NOT_SUPPORTED;
     default: break;
   }
@@ -77,7 +95,10 @@ extern "C" XEFILE_API int32_t XeSaveImageToFile(const char *name, const BitmapIn
   h.biSize = sizeof h;
   StillOptions o;
   o.QFactor = QFactorOfQuality(static_cast<uint32_t>(quality));
-  if (options) std::memcpy(&o.RawFileOptions, options, sizeof o.RawFileOptions);
+  // The options lead to the word block of the type; a single still has no
+  // timecode.
+  if (options && fileType == kTypeDpx) std::memcpy(static_cast<void *>(&o.Dpx), options, sizeof o.Dpx);
+  else if (options) std::memcpy(&o.RawFileOptions, options, sizeof o.RawFileOptions);
   // The Setup of a single image is the library's own: a zero gain reduces
   // 16-bit samples to their top byte.
   static const Setup kNoSetup{};

@@ -2,7 +2,10 @@
 // ranges, stops, failures and the saving thread.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <utility>
@@ -12,6 +15,9 @@
 #include "companions/con/settings.h"
 #include "fixtures/cine_builder.h"
 #include "formats/cine/cine_writer.h"
+#include "formats/dpx/dpx_options.h"
+#include "frame/saving_options.h"
+#include "support/bitmap.h"
 #include "formats/tiff/tiff.h"
 #include "xefile/xefile.h"
 
@@ -217,6 +223,43 @@ TEST_F(SaveTest, UpdateCineFileSetupWritesAdjustmentsBack) {
   float stored = 0;
   std::memcpy(&stored, bytes.data() + 84 + su::kfGamma, 4);
   EXPECT_FLOAT_EQ(stored, 1.7f);
+}
+
+TEST_F(SaveTest, DpxFilesCarryTheirTimecodeAndOnlyTheFirstWritesLuts) {
+  cinetest::Opened c(Recording(true, true));
+  ASSERT_EQ(c.status, 0);
+  for (auto [selector, v] : {std::pair{CIS_FileType, static_cast<uint32_t>(-27)}, {CIS_DpxLog, 1u},
+                             {CIS_DpxWriteLut, 1u}})
+    ASSERT_EQ(XeSetCineInfo(c.cine, selector, &v), 0);
+  ASSERT_EQ(XeSetCineSaveRange(c.cine, 0, 2), 0);
+  ASSERT_EQ(Save(c.cine, Out("s!4.dpx"), -27), 0);
+  std::vector<std::string> dpx, lut;
+  for (const auto &e : std::filesystem::directory_iterator(dir.path()))
+    (e.path().extension() == ".dpx" ? dpx : lut).push_back(e.path().filename().string());
+  std::sort(dpx.begin(), dpx.end());
+  std::sort(lut.begin(), lut.end());
+  ASSERT_EQ(dpx.size(), 3u);
+  const std::string stem = dpx[0].substr(0, dpx[0].size() - 4);
+  EXPECT_EQ(lut, (std::vector<std::string>{stem + "dpx.chd", stem + "lin2log.lut", stem + "log2lin.lut"}));
+  for (int32_t i = 0; i < 3; ++i) {
+    const Bytes f = cinetest::FileBytes(Out(dpx[i]));
+    ASSERT_GT(f.size(), 2080u);
+    EXPECT_EQ(cinetest::Fields(f[801], f[803]), cinetest::Fields<uint8_t>(1, 10));  // log, 10 bits
+    EXPECT_EQ(Bytes(f.begin() + 1920, f.begin() + 1928), Aux(c.cine, i, XE_TAG_TIMECODE, 8)) << i;
+  }
+}
+
+TEST_F(SaveTest, SingleDpxStillTakesTheOptionsBlockAndNoTimecode) {
+  xe::DpxOptions o;
+  o.DpxFlags = xe::kDpxBigEndian;
+  const BitmapInfoHeader h = testsupport::Bitmap(2, 1, 8);
+  const uint8_t px[4] = {1, 2};
+  ASSERT_EQ(XeSaveImageToFile(Out("a.dpx").c_str(), &h, px, -27, 0, &o, nullptr), 0);
+  const Bytes f = cinetest::FileBytes(Out("a.dpx"));
+  ASSERT_EQ(f.size(), 2082u);
+  EXPECT_EQ(std::string(f.begin(), f.begin() + 4), "SDPX");
+  EXPECT_EQ(Bytes(f.begin() + 1920, f.begin() + 1928), Bytes(8, 0));
+  EXPECT_EQ(Bytes(f.begin() + 2080, f.end()), (Bytes{1, 2}));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 namespace xe {
 
@@ -15,7 +16,7 @@ struct DpxOptions {
   float DpxFilmGamma = 0.6f;   // gamma of the negative
   uint32_t DpxSoftClip = 0;    // printed in LUT files only
 };
-static_assert(sizeof(DpxOptions) == 20);
+static_assert(sizeof(DpxOptions) == 20 && std::is_trivially_copyable_v<DpxOptions>);
 
 // Statuses of the DPX writer and its LUT files: positive and its own, folded
 // into the caller's status like warnings.
