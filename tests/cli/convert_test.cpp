@@ -5,6 +5,7 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <memory>
 #include <tuple>
 
@@ -71,6 +72,11 @@ TEST_F(ConvertTest, OptionsThatWouldDoNothingAreRefusedWithTheirRange) {
       {{"--to", "cine-raw", "--demosaic", "Best"}, "--demosaic: type cine-raw"},
       {{"--range=-99999999999:0"}, "-99999999999 is out of range"},
       {{"--range", "4:3"}, "the first image 4 comes after the last 3"},
+      {{"--dpx-log"}, "--dpx-log: type cine is not DPX"},
+      {{"--to", "dpx", "--dpx-ref-white", "1024"}, "1024 is outside 0 to 1023"},
+      {{"--to", "dpx", "--dpx-packing", "3"}, "3 is outside 0 to 2"},
+      {{"--to", "dpx", "--dpx-ref-black", "900"}, "900 is above the reference white 685"},
+      {{"--to", "dpx", "--dpx-lut"}, "come with --dpx-log"},
   };
   for (const auto &k : refused) {
     std::vector<std::string> args{"convert", file, Path("out.cine")};
@@ -91,6 +97,7 @@ TEST_F(ConvertTest, FormatsTellWhatThisBuildWritesAndTypesGoByNumber) {
   EXPECT_NE(r.out.find("  tiff16 "), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("-10  .tif  16, 48"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("not yet built"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("-27  .dpx  8, 16, 24, 48  available"), std::string::npos) << r.out;
   EXPECT_NE(Tool({"convert", "--help"}).out.find("not yet built"), std::string::npos);
 
   const std::string file = Recording(Path("rec.cine"));
@@ -99,6 +106,22 @@ TEST_F(ConvertTest, FormatsTellWhatThisBuildWritesAndTypesGoByNumber) {
   EXPECT_NE(r.out.find("1 image (0 to 0), tiff16"), std::string::npos) << r.out;
   ExpectOneLineFailure(Tool({"convert", file, Path("x.avi"), "--to", "3"}), "type avi is not available");
   EXPECT_FALSE(fs::exists(Path("xavi.chd")));
+}
+
+TEST_F(ConvertTest, DpxOptionsReachTheFiles) {
+  const std::string file = Recording(Path("rec.cine"));
+  Outcome r = Tool({"convert", file, Path("d.dpx"), "--range", "0:1", "--dpx-log", "--dpx-lut", "--dpx-big-endian",
+                    "--dpx-packing", "2"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  std::vector<std::string> names;
+  for (const auto &e : fs::directory_iterator(Path("")))
+    if (e.path().extension() != "") names.push_back(e.path().filename().string());
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, (std::vector<std::string>{"d_0001.dpx", "d_0001dpx.chd", "d_0001lin2log.lut",
+                                             "d_0001log2lin.lut", "d_0002.dpx", "rec.cine"}));
+  const std::string head = ReadText(Path("d_0002.dpx")).substr(0, 2080);
+  // Big-endian magic, printing-density transfer, 10 bits, packing 2.
+  EXPECT_EQ(head.substr(0, 4) + head.substr(801, 1) + head.substr(803, 3), std::string("SDPX\1\12\0\2", 8));
 }
 
 TEST_F(ConvertTest, OutputsThatCannotBeWrittenAreRefusedBeforeTheSave) {

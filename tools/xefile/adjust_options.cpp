@@ -32,13 +32,6 @@ CLI::Validator InRange(double low, double high) {
       "");
 }
 
-// An option whose values must lie in low..high, the range shown in the help.
-template <typename T>
-void AddRanged(CLI::App *cmd, const std::string &name, T &target, const std::string &what, double low,
-               double high) {
-  cmd->add_option(name, target, what + " (" + BoundsText(low, high) + ")")->check(InRange(low, high));
-}
-
 // "WxH" into two numbers from 1 to 65536; false when it is not that.
 bool ParseSize(const std::string &text, int64_t *w, int64_t *h, size_t *used = nullptr) {
   unsigned long long a = 0, b = 0;
@@ -86,6 +79,15 @@ void ApplyResample(CineHandle cine, const std::string &resample) {
 }
 
 }  // namespace
+
+template <typename T>
+void AddRanged(CLI::App *cmd, const std::string &name, T &target, const std::string &what, double low,
+               double high) {
+  cmd->add_option(name, target, what + " (" + BoundsText(low, high) + ")")->check(InRange(low, high));
+}
+template void AddRanged(CLI::App *, const std::string &, std::optional<int> &, const std::string &, double, double);
+template void AddRanged(CLI::App *, const std::string &, std::optional<double> &, const std::string &, double,
+                        double);
 
 std::string AdjustOptions::FirstGiven() const {
   if (!demosaic.empty()) return "--demosaic";

@@ -27,6 +27,12 @@ struct AdjustOptions {
   std::string FirstGiven() const;
 };
 
+// Adds the option `name` to `cmd` for values from low to high (an optional
+// int or double): the range is shown in its help and named in a refusal.
+template <typename T>
+void AddRanged(CLI::App *cmd, const std::string &name, T &target, const std::string &what, double low,
+               double high);
+
 // Adds --demosaic, --bright, --contrast, --gamma, --saturation, --hue, --wb,
 // --crop, --resample, --flip and --rotate to `cmd`, each with the range the
 // library gives a meaning to; a value outside it is a usage error that names

@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "adjust_options.h"
+#include "dpx_options.h"
 #include "file_types.h"
 #include "save_outputs.h"
 #include "save_progress.h"
@@ -21,6 +22,7 @@ struct ConvertOptions {
   std::string file, out, type, range;
   std::optional<int> quality;
   AdjustOptions adjust;
+  DpxToolOptions dpx;
   bool depth16 = false, depth8 = false, xml = false, stampTime = false, noClobber = false;
 };
 
@@ -56,6 +58,9 @@ const FileTypeName &ChooseType(const ConvertOptions &o, const OpenCine &c) {
 void RefuseIgnoredOptions(const ConvertOptions &o, const FileTypeName &t, const OpenCine &c) {
   const std::string type = std::string("type ") + t.name;
   const bool colour = XefIsColorCine(c.get()) == 1;
+  const std::string dpxOption = o.dpx.FirstGiven();
+  if (!dpxOption.empty() && t.code != -27) FailWith(dpxOption + ": " + type + " is not DPX", kExitUsage);
+  RefuseDpxConflicts(o.dpx);
   if (o.stampTime) FailWith("--stamp-time: time stamps are not available in this build", kExitUsage);
   if (o.quality && !XefIsJPEGCompressed(t.code))
     FailWith("--quality: " + type + " is not JPEG-compressed", kExitUsage);
@@ -133,6 +138,7 @@ void RunConvert(const ConvertOptions &o) {
   SetDepth(o, type, cine);
   if (o.xml) SetCineValue(cine, CIS_XmlHeader, 1);
   ApplyAdjustOptions(cine, o.adjust);
+  ApplyDpxOptions(cine, o.dpx);
   // The demosaic of saves is a setting of the user's; it is put back after.
   DemosaicChoice demosaic(cine, o.adjust, CIS_SaveAlgo);
 
@@ -183,6 +189,7 @@ void AddConvertCommand(CLI::App &app) {
   sub->add_flag("--stamp-time", o->stampTime, "stamp each image's time into it (not available in this build)");
   sub->add_flag("--no-clobber,-n", o->noClobber, "refuse to overwrite an output file that exists");
   AddAdjustOptions(sub, o->adjust);
+  AddDpxOptions(sub, o->dpx);
   sub->callback([o] { RunConvert(*o); });
 }
 

@@ -29,7 +29,7 @@ constexpr FileTypeName kTypes[] = {
     {"tiff16", -10, ".tif", "16, 48", "TIFF files", TypeNeeds::kNothing, true},
     {"raw", -25, ".raw", "8, 16, 24, 48", "raw sample files (processed images, top-down, BGR)", TypeNeeds::kNothing, true},
     {"dng", -26, ".dng", "16", "DNG files (colour cines)", TypeNeeds::kNothing, false},
-    {"dpx", -27, ".dpx", "8, 16, 24, 48", "DPX files", TypeNeeds::kNothing, false},
+    {"dpx", -27, ".dpx", "8, 16, 24, 48", "DPX files, linear or 10-bit log (--dpx-*)", TypeNeeds::kNothing, true},
     {"bmp24", -1, ".bmp", "24", "BMP files", TypeNeeds::kImagingPlugin, false},
     {"bmp8", -2, ".bmp", "8", "BMP files", TypeNeeds::kImagingPlugin, false},
     {"bmp4", -3, ".bmp", "4", "BMP files", TypeNeeds::kImagingPlugin, false},
