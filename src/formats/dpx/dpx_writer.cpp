@@ -180,6 +180,30 @@ void SwapSamples(uint8_t *buf, uint64_t bytes, uint32_t depth, uint32_t method) 
   for (uint64_t i = 0; i + group <= bytes; i += group) std::reverse(buf + i, buf + i + group);
 }
 
+// The working buffers of a thread, kept from image to image so that a range
+// allocates once, with the lin-to-log table of the last parameters.
+struct Work {
+  std::vector<uint16_t> samples, lut;
+  uint32_t lutDepth = 0;
+  DpxOptions lutFor{};
+};
+
+bool SameCurve(const DpxOptions &a, const DpxOptions &b) {
+  return a.DpxRefWhite == b.DpxRefWhite && a.DpxRefBlack == b.DpxRefBlack && a.DpxGamma == b.DpxGamma &&
+         a.DpxFilmGamma == b.DpxFilmGamma;
+}
+
+const std::vector<uint16_t> &LinToLog(Work &w, uint32_t depth, const DpxOptions &o) {
+  if (w.lutDepth != depth || !SameCurve(w.lutFor, o)) {
+    w.lutDepth = 0;
+    w.lut.resize(size_t{1} << depth);
+    BuildLinToLogLut(w.lut.data(), depth, o);
+    w.lutDepth = depth;
+    w.lutFor = o;
+  }
+  return w.lut;
+}
+
 int32_t WriteFile(const char *name, const Header &hd, const uint8_t *data, uint64_t size) {
   FileHandle f = kNoFile;
   if (XefFileCreate(name, &f) < 0) return kDpxNotCreated;
@@ -242,22 +266,20 @@ int32_t WriteDpxImage(const char *name, const BitmapInfoHeader *h, const uint8_t
   if (!knownForm || (!log && !to10 && depth != 8 && depth != 10 && depth != 12 && depth != 14 && depth != 16))
     status = kDpxBadDepth;
   // The file size field holds 32 bits.
-  if (status == 0 && PackedBytes(outDepth, method, n) + kDpxDataOffset > 0xFFFFFFFFull) status = kDpxNoMemory;
+  if (status == 0 && (n > 0xFFFFFFFFull || PackedBytes(outDepth, method, n) + kDpxDataOffset > 0xFFFFFFFFull))
+    status = kDpxNoMemory;
 
-  std::vector<uint16_t> buf;
+  thread_local Work work;
+  std::vector<uint16_t> &buf = work.samples;
   uint64_t dataSize = 0;
   if (status == 0) {
     try {
       // Room for the samples and for a packed form rounded up to whole words.
       buf.resize((std::max(2 * n, PackedBytes(outDepth, method, n)) + 7) / 8 * 4 + 2);
-      std::vector<uint16_t> lut;
-      if (log) {
-        lut.resize(size_t{1} << depth);
-        if (o.DpxFlags & kDpxWriteLut)
-          Merge(status, WriteLutFiles(LutFileName(name, true).c_str(), LutFileName(name, false).c_str(), depth, o,
-                                      true));
-        BuildLinToLogLut(lut.data(), depth, o);
-      }
+      if (log && (o.DpxFlags & kDpxWriteLut))
+        Merge(status, WriteLutFiles(LutFileName(name, true).c_str(), LutFileName(name, false).c_str(), depth, o,
+                                    true));
+      const std::vector<uint16_t> &lut = log ? LinToLog(work, depth, o) : work.lut;
       // The top code value of a depth above 8 is never written.
       const uint32_t top = (1u << depth) - 1;
       const uint32_t limit = depth > 8 ? top - 1 : top;
