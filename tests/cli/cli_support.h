@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "fixtures/cine_builder.h"
+#include "support/shell.h"
 #include "xefile/xefile.h"
 
 extern char **environ;
@@ -51,21 +52,8 @@ inline std::vector<std::string> Lines(const std::string &text) {
   return lines;
 }
 
-// The output of a shell command, its standard error included.
-inline std::string Shell(const std::string &command) {
-  std::string out;
-  if (FILE *p = popen((command + " 2>&1").c_str(), "r")) {
-    char buffer[4096];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, p)) > 0;) out.append(buffer, n);
-    pclose(p);
-  }
-  return out;
-}
-
-// True when `program` is on PATH.
-inline bool Has(const std::string &program) {
-  return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
-}
+using testsupport::Has;
+using testsupport::Shell;
 
 struct Outcome {
   int code = -1;

@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -17,20 +16,12 @@
 #include "formats/dpx/dpx_writer.h"
 #include "frame/saving_options.h"
 #include "support/bitmap.h"
+#include "support/shell.h"
 
 namespace {
 
-std::string Shell(const std::string &command) {
-  std::string out;
-  std::unique_ptr<FILE, int (*)(FILE *)> p(popen(command.c_str(), "r"), pclose);
-  if (!p) return out;
-  char buf[4096];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, p.get())) > 0) out.append(buf, n);
-  return out;
-}
-
-bool Has(const std::string &tool) { return !Shell("command -v " + tool + " 2>/dev/null").empty(); }
+using testsupport::Has;
+using testsupport::Shell;
 
 // Rows of 6 pixels: the bitmap pads 8 and 24-bit rows. Both readers start
 // every row of a packed file on a new 32-bit word, while the writer runs
@@ -67,8 +58,8 @@ struct OiioView {
 };
 OiioView ReadWithOiio(const std::string &path) {
   OiioView v;
-  v.info = Shell("oiiotool --info -v " + path + " 2>&1");
-  std::istringstream dump(Shell("oiiotool --dumpdata " + path + " 2>&1"));
+  v.info = Shell("oiiotool --info -v " + path);
+  std::istringstream dump(Shell("oiiotool --dumpdata " + path));
   for (std::string line; std::getline(dump, line);) {
     const size_t open = line.find('('), close = line.rfind(')');
     if (line.find("Pixel (") == std::string::npos || line.find('(', open + 1) == std::string::npos) continue;

@@ -29,14 +29,6 @@ TEST(LogLut, ReferenceWhiteAndBlackEndTheCurves) {
   EXPECT_EQ(cinetest::Fields(wide[0], wide[65535]), cinetest::Fields<uint16_t>(95, 685));
 }
 
-TEST(LogLut, NoGammaGivesZeroInsteadOfUndefinedNumbers) {
-  DpxOptions p;
-  p.DpxGamma = 0.0f;
-  std::vector<uint16_t> lin(256);
-  xe::BuildLinToLogLut(lin.data(), 8, p);
-  EXPECT_EQ(lin[0], 0);
-}
-
 TEST(LogLut, FilesOfA10BitImage) {
   fixture::TempDir dir;
   const std::string image = dir.path() + "/shot0001.dpx";

@@ -5,30 +5,21 @@
 
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "fixtures/cine_builder.h"
 #include "formats/tiff/tiff.h"
 #include "support/bitmap.h"
+#include "support/shell.h"
 #include "xefile/xefile.h"
 
 using namespace xe;
 
 namespace {
 
-std::string Shell(const std::string &command) {
-  std::string out;
-  std::unique_ptr<FILE, int (*)(FILE *)> p(popen((command + " 2>&1").c_str(), "r"), pclose);
-  if (!p) return out;
-  char buf[4096];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, p.get())) > 0) out.append(buf, n);
-  return out;
-}
-
-bool Has(const std::string &tool) { return !Shell("command -v " + tool).empty(); }
+using testsupport::Has;
+using testsupport::Shell;
 
 // A Python that has tifffile, or "".
 std::string Python() {
