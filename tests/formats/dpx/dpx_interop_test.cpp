@@ -46,7 +46,7 @@ uint32_t SourceSample(uint32_t i, uint32_t depth) {
 std::vector<uint32_t> Written(const Case &c, uint32_t sourceDepth, uint32_t n) {
   std::vector<uint32_t> v(n);
   const uint32_t limit = sourceDepth > 8 ? (1u << sourceDepth) - 2 : 255;
-  for (uint32_t i = 0; i < n; ++i) v[i] = std::min(SourceSample(i, sourceDepth), limit) >> c.shift;
+  for (uint32_t i = 0; i < n; ++i) v[i] = std::min(SourceSample(i, sourceDepth), limit) >> std::max(c.shift, 0);
   return v;
 }
 
