@@ -54,13 +54,4 @@ TEST(RangeDataText, TrackingRecordWithNegativeAzimuth) {
             "Site ID: 7  200 13:45:30.250 AZ: -123.456 EL: 10.005 RNG: 12300.00");
 }
 
-TEST(RangeDataText, CineWithoutRangeDataLeavesTheTextAlone) {
-  CineBuilder b;
-  b.setup().SetU32(setup::kRangeSize, 6);
-  Opened o(b.Build());
-  ASSERT_EQ(o.status, 0);
-  EXPECT_EQ(Text(o.cine, 0, 0, 0), "untouched");
-  EXPECT_EQ(Text(o.cine, 0, 1, 1), "untouched");
-}
-
 }  // namespace
