@@ -189,19 +189,6 @@ TEST(BadPixels, GrayTakesTheMeanOfItsGoodNeighbours) {
   EXPECT_EQ(std::tuple(img.Get(2, 2), img.Get(3, 2), img.Get(4, 4)), std::tuple(99u, 111u, 200u));
 }
 
-TEST(BadPixels, MarksAreWhiteOrPureRed) {
-  Image gray(4, 3, 16, 4096);
-  const uint32_t table[] = {BadPixelEntry(1, 0), BadPixelEntry(4, 0), BadPixelEntry(0, 3)};
-  ASSERT_EQ(XefShowBadPixels(&gray.h, 3, table, gray.P()), XE_OK);
-  EXPECT_EQ(std::tuple(gray.Get(1, 0), gray.Get(1, 2)), std::tuple(4095u, 0u));
-  Image colour(4, 3, 24);
-  ASSERT_EQ(XefShowBadPixels(&colour.h, 3, table, colour.P()), XE_OK);
-  EXPECT_EQ(std::tuple(colour.Get(1, 0, 0), colour.Get(1, 0, 1), colour.Get(1, 0, 2)),
-            std::tuple(0u, 0u, 255u));  // blue, green, red
-  EXPECT_EQ(XefShowBadPixels(&colour.h, 0, nullptr, colour.P()), XE_OK);
-  EXPECT_EQ(XefShowBadPixels(&colour.h, 1, nullptr, colour.P()), XE_ERR_NULL_ARGUMENT);
-}
-
 // ---- Channel view --------------------------------------------------------------------
 
 // Samples are 10 * y + x. Each pair of columns and of rows parts into its two
