@@ -127,8 +127,6 @@ TEST(SaveSizeEstimate, CineAndStillTypesOnAFileCine) {
   // 16-bit TIFF counts the 8-bit image at 16 bits.
   XeSetCineSaveOptions(c, "/o/a", static_cast<uint16_t>(-10), 0, 100);
   EXPECT_EQ(xe::EstimateSaveSize(c, 1), 5u * (128 + 4096));
-  XeSetCineSaveRange(c, 100, 200);  // nothing of the cine
-  EXPECT_EQ(xe::EstimateSaveSize(c, 1), 0u);
   XeSetCineSaveRange(c, INT32_MIN, INT32_MAX);  // whole cine
   XeSetCineSaveOptions(c, "/o/a", 9, 0, 100);
   EXPECT_EQ(xe::EstimateSaveSize(c, 1), 0u);  // no such type
