@@ -1,13 +1,12 @@
 // DPX files of every depth as OpenImageIO and FFmpeg read them: size, depth,
-// channels and transfer, and for linear files every sample. A reader that is
-// not installed skips its part.
+// channels and transfer, and (FFmpeg) every sample of a linear file. A reader
+// that is not installed skips its part.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -47,25 +46,6 @@ std::vector<uint32_t> Written(const Case &c, uint32_t sourceDepth, uint32_t n) {
   std::vector<uint32_t> v(n);
   const uint32_t limit = sourceDepth > 8 ? (1u << sourceDepth) - 2 : 255;
   for (uint32_t i = 0; i < n; ++i) v[i] = std::min(SourceSample(i, sourceDepth), limit) >> std::max(c.shift, 0);
-  return v;
-}
-
-// OpenImageIO: "7 x 5, 3 channel, uint10 dpx", the transfer, and each sample
-// as a fraction of full scale.
-struct OiioView {
-  std::string info;
-  std::vector<double> samples;
-};
-OiioView ReadWithOiio(const std::string &path) {
-  OiioView v;
-  v.info = Shell("oiiotool --info -v " + path);
-  std::istringstream dump(Shell("oiiotool --dumpdata " + path));
-  for (std::string line; std::getline(dump, line);) {
-    const size_t open = line.find('('), close = line.rfind(')');
-    if (line.find("Pixel (") == std::string::npos || line.find('(', open + 1) == std::string::npos) continue;
-    std::istringstream fractions(line.substr(line.rfind('(') + 1, close - line.rfind('(') - 1));
-    for (double f; fractions >> f;) v.samples.push_back(f);
-  }
   return v;
 }
 
@@ -133,18 +113,13 @@ TEST(DpxInterop, ReadersSeeTheSizeDepthChannelsAndSamples) {
       for (size_t k = 0; k < want.size(); k += 3) std::swap(want[k], want[k + 2]);
 
     if (oiio) {
-      const OiioView v = ReadWithOiio(path);
+      // OpenImageIO says e.g. "6 x    5, 3 channel, uint10 dpx"; FFmpeg proves the samples.
+      const std::string info = Shell("oiiotool --info -v " + path);
       char shape[64];
       std::snprintf(shape, sizeof shape, "%d x %4d, %u channel, uint%u dpx", kW, kH, channels, c.depth);
-      EXPECT_NE(v.info.find(shape), std::string::npos) << v.info;
-      EXPECT_NE(v.info.find(c.shift < 0 ? "Transfer: \"Printing density\"" : "Transfer: \"Linear\""),
+      EXPECT_NE(info.find(shape), std::string::npos) << info;
+      EXPECT_NE(info.find(c.shift < 0 ? "Transfer: \"Printing density\"" : "Transfer: \"Linear\""),
                 std::string::npos);
-      ASSERT_EQ(v.samples.size(), want.size()) << v.info;
-      // Readers scale to full range by shifting or by repeating the top
-      // bits: within one code of the value written.
-      const double top = (1u << c.depth) - 1;
-      for (size_t k = 0; c.shift >= 0 && k < want.size(); ++k)
-        ASSERT_LT(std::fabs(v.samples[k] * top - want[k]), 1.0) << "sample " << k;
     }
     if (ff) {
       const FfmpegView v = ReadWithFfmpeg(path, channels);
