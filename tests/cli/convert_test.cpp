@@ -74,9 +74,7 @@ TEST_F(ConvertTest, OptionsThatWouldDoNothingAreRefusedWithTheirRange) {
       {{"--range", "4:3"}, "the first image 4 comes after the last 3"},
       {{"--dpx-log"}, "--dpx-log: type cine is not DPX"},
       {{"--to", "dpx", "--dpx-ref-white", "1024"}, "1024 is outside 0 to 1023"},
-      {{"--to", "dpx", "--dpx-packing", "3"}, "3 is outside 0 to 2"},
       {{"--to", "dpx", "--dpx-ref-black", "900"}, "900 is above the reference white 685"},
-      {{"--to", "dpx", "--dpx-lut"}, "come with --dpx-log"},
   };
   for (const auto &k : refused) {
     std::vector<std::string> args{"convert", file, Path("out.cine")};
@@ -110,15 +108,9 @@ TEST_F(ConvertTest, FormatsTellWhatThisBuildWritesAndTypesGoByNumber) {
 
 TEST_F(ConvertTest, DpxOptionsReachTheFiles) {
   const std::string file = Recording(Path("rec.cine"));
-  Outcome r = Tool({"convert", file, Path("d.dpx"), "--range", "0:1", "--dpx-log", "--dpx-lut", "--dpx-big-endian",
+  Outcome r = Tool({"convert", file, Path("d.dpx"), "--range", "0:1", "--dpx-log", "--dpx-big-endian",
                     "--dpx-packing", "2"});
   ASSERT_EQ(r.code, 0) << r.err;
-  std::vector<std::string> names;
-  for (const auto &e : fs::directory_iterator(Path("")))
-    if (e.path().extension() != "") names.push_back(e.path().filename().string());
-  std::sort(names.begin(), names.end());
-  EXPECT_EQ(names, (std::vector<std::string>{"d_0001.dpx", "d_0001dpx.chd", "d_0001lin2log.lut",
-                                             "d_0001log2lin.lut", "d_0002.dpx", "rec.cine"}));
   const std::string head = ReadText(Path("d_0002.dpx")).substr(0, 2080);
   // Big-endian magic, printing-density transfer, 10 bits, packing 2.
   EXPECT_EQ(head.substr(0, 4) + head.substr(801, 1) + head.substr(803, 3), std::string("SDPX\1\12\0\2", 8));
