@@ -41,14 +41,6 @@ uint32_t SourceSample(uint32_t i, uint32_t depth) {
   return i == 3 ? (1u << depth) - 1 : static_cast<uint32_t>((i * 2654435761u) >> (32 - depth));
 }
 
-// The picture's samples (top row first) as a DPX reader should give them.
-std::vector<uint32_t> Written(const Case &c, uint32_t sourceDepth, uint32_t n) {
-  std::vector<uint32_t> v(n);
-  const uint32_t limit = sourceDepth > 8 ? (1u << sourceDepth) - 2 : 255;
-  for (uint32_t i = 0; i < n; ++i) v[i] = std::min(SourceSample(i, sourceDepth), limit) >> std::max(c.shift, 0);
-  return v;
-}
-
 // FFmpeg: the decoder's own pixel format and its raw samples, as
 // interleaved channels in R, G, B order.
 struct FfmpegView {
@@ -105,7 +97,11 @@ TEST(DpxInterop, ReadersSeeTheSizeDepthChannelsAndSamples) {
     xe::DpxOptions o;
     o.DpxFlags = c.flags;
     ASSERT_EQ(xe::WriteDpxImage(path.c_str(), &h, px.data(), 0, o), 0);
-    std::vector<uint32_t> want = Written(c, sourceDepth, perRow * kH);
+    // The samples (top row first) as a reader should give them.
+    std::vector<uint32_t> want(perRow * kH);
+    const uint32_t limit = sourceDepth > 8 ? (1u << sourceDepth) - 2 : 255;
+    for (uint32_t i = 0; i < want.size(); ++i)
+      want[i] = std::min(SourceSample(i, sourceDepth), limit) >> std::max(c.shift, 0);
     // Readers take the first sample of a word of three 10-bit samples as
     // blue: a pixel of the bitmap, held blue first, reads the right way
     // round. At other depths the bitmap's order is read as R, G, B.
