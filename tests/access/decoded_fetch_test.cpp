@@ -202,24 +202,6 @@ TEST(DepthSwitch, SixteenBitsOnFilesAndCameras) {
   EXPECT_EQ(XeEnableCine16Bpp(nullptr, 0), XE_ERR_NULL_CINE);
 }
 
-TEST(DepthSwitch, HeaderAfterTheCameraDepthChanged) {
-  struct Case {
-    uint32_t realBpp; float gainIn; uint16_t bits; uint32_t clr; float gainOut; int32_t white;
-  };
-  for (Case k : {Case{12, 100.0f, 16, 4096, 16.0f, 4095}, Case{8, 3.0f, 8, 256, 1.0f, 255}}) {
-    Record r = Bare(true);
-    r->H.Setup.RealBPP = k.realBpp;
-    r->H.Setup.fGain16_8 = k.gainIn;
-    r->H.Bmih.biCompression = 256;
-    EXPECT_EQ(XefUpdateCineRealBppChanged(r.get()), 0);
-    const BitmapInfoHeader &b = r->H.Bmih;
-    EXPECT_EQ(Fields(b.biBitCount, b.biCompression, b.biClrImportant, b.biSizeImage),
-              Fields(k.bits, 0u, k.clr, RowBytes(8, k.bits) * 4));
-    EXPECT_EQ(Fields(r->H.Setup.fGain16_8, r->H.Setup.WhiteLevel, r->ParamsChanged),
-              Fields(k.gainOut, k.white, 1u));
-  }
-}
-
 TEST(DepthSwitch, WhiteBalanceAsMetadata) {
   struct Case { bool file; int16_t source; uint32_t cfa, metaWB, firmware; int32_t expected; };
   for (Case k : {Case{true, 0, 3, 1, 0, 1}, Case{true, 0, 3, 0, 0, 0}, Case{true, 1, 0, 1, 0, 1},

@@ -171,18 +171,6 @@ TEST(CineOpen, HeaderFileHasNoImageOffsets) {
   EXPECT_EQ(o.cine->H.Setup.RealBPP, 8u);  // a TIFF set carries 8 bits
 }
 
-TEST(CineOpen, RecordFieldsAfterOpen) {
-  CineBuilder b;
-  b.Range(-100, 1000, -20, 10).Image(64, 8, 16);
-  b.setup().SetU32(setup::kRealBPP, 12);
-  Opened o(b.Build());
-  ASSERT_EQ(o.status, 0);
-  CineHandle c = o.cine;
-  int32_t first = 0, last = 0;
-  EXPECT_EQ(XeGetCineRange(c, &first, &last), 0);
-  EXPECT_EQ(Fields(first, last, c->IsFileCine, c->CN, c->CineNr), Fields(-100, 899, 1u, -1, 1));
-}
-
 TEST(CineOpen, DuplicateOwnsItsFilePositionAndOutlivesTheSource) {
   CineBuilder b;
   Opened o(b.Build());
@@ -232,15 +220,6 @@ TEST(CinePredicates, HeadsAndDepths) {
   CineHandle c = nullptr;
   ASSERT_EQ(XefNewCine(&c, 8, 8, 16, 0, 1), 0);
   ::Setup &s = c->H.Setup;
-  c->IsFileCine = 1;
-  s.CameraVersion = 62;
-  s.HeadSerial[1] = 11;
-  s.HeadSerial[2] = 12;
-  s.HeadSerial[3] = 0xFFFFFFFF;
-  EXPECT_EQ(Fields(XefIsMultiHeadCine(c), XefWasMultiHeadCamera(c)), Fields(0, 1));
-  s.HeadSerial[3] = 13;
-  EXPECT_EQ(XefIsMultiHeadCine(c), 1);
-
   s.CFA = 0x40000001;  // head 1 is gray
   EXPECT_EQ(Fields(XefIsColorCineHead(c, 0), XefIsColorCineHead(c, 1), XefIsColorCineHead(c, -1)),
             Fields(1, 0, 1));
