@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "fixtures/cine_builder.h"
-#include "fuzz_targets.h"
 #include "formats/tiff/tiff.h"
+#include "fuzz_targets.h"
 #include "scratch.h"
 #include "xefile/xefile.h"
 

@@ -5,9 +5,9 @@
 #include "access/new_cine.h"
 #include "cinefile/cine_reader.h"
 #include "companions/con/log.h"
+#include "companions/con/status.h"
 #include "frame/cine.h"
 #include "frame/plugins.h"
-#include "companions/con/status.h"
 
 namespace xe {
 namespace {

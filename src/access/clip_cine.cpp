@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <cstring>
 
+#include "access/image_range.h"
 #include "cinefile/tagged_blocks.h"
+#include "companions/con/status.h"
 #include "frame/cine.h"
 #include "frame/messages.h"
-#include "companions/con/status.h"
-#include "access/image_range.h"
 
 namespace xe {
 namespace {

@@ -6,12 +6,12 @@
 #include <cstdlib>
 
 #include "access/file_image.h"
+#include "companions/con/status.h"
 #include "companions/int/demosaic.h"
 #include "companions/int/dib.h"
 #include "companions/int/improc.h"
 #include "companions/int/mosaic.h"
 #include "companions/int/packing.h"
-#include "companions/con/status.h"
 #include "processing/process_cine.h"
 
 namespace xe {

@@ -3,10 +3,10 @@
 #include <cstring>
 
 #include "companions/con/log.h"
-#include "companions/int/dib.h"
-#include "frame/plugins.h"
 #include "companions/con/status.h"
+#include "companions/int/dib.h"
 #include "formats/tiff/tiff.h"
+#include "frame/plugins.h"
 
 namespace xe {
 namespace {

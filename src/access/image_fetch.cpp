@@ -7,8 +7,8 @@
 #include "access/file_image.h"
 #include "companions/con/log.h"
 #include "companions/con/services.h"
-#include "companions/int/dib.h"
 #include "companions/con/status.h"
+#include "companions/int/dib.h"
 #include "processing/process_cine.h"
 
 namespace xe {

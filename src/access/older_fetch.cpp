@@ -3,13 +3,13 @@
 #include <climits>
 
 #include "access/decoded_image.h"
+#include "access/image_range.h"
 #include "companions/con/services.h"
+#include "companions/con/status.h"
 #include "companions/int/depth.h"
 #include "companions/int/dib.h"
 #include "companions/int/improc.h"
 #include "frame/messages.h"
-#include "companions/con/status.h"
-#include "access/image_range.h"
 
 namespace xe {
 namespace {

@@ -2,10 +2,10 @@
 #include <cmath>
 #include <cstring>
 
-#include "cinefile/tagged_blocks.h"
-#include "companions/con/status.h"
 #include "cinefile/image_time.h"
+#include "cinefile/tagged_blocks.h"
 #include "cinefile/timecode.h"
+#include "companions/con/status.h"
 
 using namespace xe;
 

@@ -7,13 +7,13 @@
 #include <cstring>
 
 #include "cinefile/image_geometry.h"
+#include "cinefile/image_time.h"
 #include "cinefile/setup_load.h"
 #include "cinefile/time1_block.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "frame/memory.h"
 #include "frame/messages.h"
-#include "companions/con/status.h"
-#include "cinefile/image_time.h"
 
 namespace xe {
 namespace {

@@ -3,12 +3,12 @@
 #include <cstddef>
 #include <cstring>
 
+#include "cinefile/timecode.h"
 #include "companions/con/camera_driver.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "companions/int/setup_defaults.h"
 #include "frame/start.h"
-#include "companions/con/status.h"
-#include "cinefile/timecode.h"
 
 namespace xe {
 namespace {

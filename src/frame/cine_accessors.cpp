@@ -1,8 +1,8 @@
 // Questions answered from the Cine record: range, trigger time, image header,
 // colour switch and the predicates.
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "frame/cine.h"
-#include "companions/con/status.h"
 
 using namespace xe;
 

@@ -8,8 +8,8 @@
 #include <cstdio>
 
 #include "companions/con/log.h"
-#include "frame/messages.h"
 #include "companions/con/status.h"
+#include "frame/messages.h"
 
 namespace xe {
 namespace {

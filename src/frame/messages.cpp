@@ -3,8 +3,8 @@
 #include <cstdio>
 
 #include "companions/con/log.h"
-#include "frame/start.h"
 #include "companions/con/status.h"
+#include "frame/start.h"
 
 namespace xe {
 namespace {

@@ -10,8 +10,8 @@
 
 #include "companions/con/log.h"
 #include "companions/con/services.h"
-#include "frame/plugins.h"
 #include "companions/con/status.h"
+#include "frame/plugins.h"
 #include "xefile/xefile.h"
 
 namespace xe::frame {

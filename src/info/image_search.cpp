@@ -12,8 +12,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "frame/cine.h"
 #include "companions/con/status.h"
+#include "frame/cine.h"
 
 using namespace xe;
 

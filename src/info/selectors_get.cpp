@@ -4,8 +4,8 @@
 // are written as 32 bits: u16 and u8 zero-extended, i16 sign-extended.
 #include <cstring>
 
-#include "frame/cine.h"
 #include "companions/con/status.h"
+#include "frame/cine.h"
 #include "info/selectors.h"
 #include "processing/chain_steps.h"
 #include "processing/process_cine.h"

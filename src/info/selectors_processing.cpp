@@ -15,10 +15,10 @@
 #include <cstring>
 
 #include "companions/con/settings.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "companions/int/improc.h"
 #include "frame/cine.h"
-#include "companions/con/status.h"
 #include "info/selectors.h"
 #include "processing/chain_steps.h"
 #include "processing/use_case.h"

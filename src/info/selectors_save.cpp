@@ -6,12 +6,12 @@
 #include <cstdio>
 #include <cstring>
 
+#include "cinefile/timecode.h"
 #include "companions/con/settings.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "frame/cine.h"
-#include "companions/con/status.h"
 #include "info/selectors.h"
-#include "cinefile/timecode.h"
 #include "processing/use_case.h"
 #include "saving/jpeg_quality.h"
 

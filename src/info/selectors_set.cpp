@@ -7,8 +7,8 @@
 
 #include "companions/con/camera_driver.h"
 #include "companions/con/log.h"
-#include "frame/cine.h"
 #include "companions/con/status.h"
+#include "frame/cine.h"
 #include "info/selectors.h"
 #include "saving/update_setup.h"
 

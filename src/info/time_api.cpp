@@ -3,10 +3,10 @@
 // unpacked values.
 #include <cstring>
 
-#include "companions/con/services.h"
-#include "frame/cine.h"
 #include "cinefile/image_time.h"
 #include "cinefile/timecode.h"
+#include "companions/con/services.h"
+#include "frame/cine.h"
 
 using namespace xe;
 

@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "cinefile/image_time.h"
+#include "companions/con/status.h"
 #include "companions/int/time_print.h"
 #include "frame/cine.h"
-#include "companions/con/status.h"
-#include "cinefile/image_time.h"
 
 namespace xe {
 namespace {

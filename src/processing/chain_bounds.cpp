@@ -4,14 +4,14 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "companions/int/geometry.h"
 #include "companions/int/setup_defaults.h"
-#include "companions/con/status.h"
+#include "frame/saving_options.h"
 #include "processing/chain_steps.h"
 #include "processing/process_cine.h"
 #include "processing/use_case.h"
-#include "frame/saving_options.h"
 #include "xefile/xefile.h"
 
 namespace xe {

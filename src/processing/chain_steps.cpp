@@ -7,12 +7,12 @@
 #include <utility>
 
 #include "companions/con/camera_driver.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "companions/int/geometry.h"
 #include "companions/int/mosaic.h"
-#include "companions/con/status.h"
-#include "processing/use_case.h"
 #include "frame/saving_options.h"
+#include "processing/use_case.h"
 
 namespace xe {
 

@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "companions/con/log.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "companions/int/image_view.h"
-#include "companions/con/status.h"
 
 namespace xe {
 namespace {

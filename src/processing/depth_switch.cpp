@@ -4,10 +4,10 @@
 
 #include "companions/con/camera_driver.h"
 #include "companions/con/services.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "companions/int/mosaic.h"
 #include "frame/cine.h"
-#include "companions/con/status.h"
 
 using namespace xe;
 

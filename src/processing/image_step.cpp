@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "companions/con/log.h"
+#include "companions/con/status.h"
 #include "companions/int/demosaic.h"
 #include "companions/int/depth.h"
 #include "companions/int/dib.h"
@@ -12,7 +13,6 @@
 #include "companions/int/improc.h"
 #include "companions/int/mosaic.h"
 #include "companions/int/packing.h"
-#include "companions/con/status.h"
 #include "processing/chain_steps.h"
 #include "processing/crop_image.h"
 #include "processing/process_cine.h"

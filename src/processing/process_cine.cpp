@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "companions/con/log.h"
-#include "companions/int/dib.h"
 #include "companions/con/status.h"
+#include "companions/int/dib.h"
 #include "processing/chain_steps.h"
 #include "processing/use_case.h"
 #include "xefile/xefile_status.h"

@@ -5,9 +5,9 @@
 #include <cstdint>
 
 #include "companions/con/log.h"
+#include "companions/con/status.h"
 #include "companions/int/improc.h"
 #include "frame/cine.h"
-#include "companions/con/status.h"
 
 using namespace xe;
 

@@ -6,11 +6,11 @@
 #include <numeric>
 
 #include "companions/con/log.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "companions/int/image_view.h"
 #include "companions/int/parallel.h"
 #include "frame/memory.h"
-#include "companions/con/status.h"
 
 namespace xe {
 namespace {

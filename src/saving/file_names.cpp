@@ -10,8 +10,8 @@
 #include <string>
 #include <strings.h>
 
-#include "companions/int/time_print.h"
 #include "companions/con/status.h"
+#include "companions/int/time_print.h"
 #include "frame/file_paths.h"
 
 namespace xe {

@@ -8,25 +8,25 @@
 #include <cstring>
 #include <thread>
 
+#include "cinefile/image_time.h"
 #include "companions/con/camera_driver.h"
 #include "companions/con/log.h"
 #include "companions/con/services.h"
 #include "companions/con/settings.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
+#include "formats/cine/cine_writer.h"
+#include "formats/tiff/tiff.h"
+#include "formats/xml/xml_header.h"
 #include "frame/plugins.h"
 #include "frame/start.h"
-#include "companions/con/status.h"
-#include "cinefile/image_time.h"
 #include "processing/process_cine.h"
 #include "processing/use_case.h"
-#include "formats/cine/cine_writer.h"
 #include "saving/file_names.h"
+#include "saving/multipage_tiff.h"
 #include "saving/save_range.h"
 #include "saving/saving_thread.h"
 #include "saving/still_image.h"
-#include "formats/tiff/tiff.h"
-#include "saving/multipage_tiff.h"
-#include "formats/xml/xml_header.h"
 
 namespace xe {
 namespace {

@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "companions/con/log.h"
-#include "frame/cine.h"
 #include "companions/con/status.h"
+#include "frame/cine.h"
 #include "saving/save_range.h"
 
 namespace xe {

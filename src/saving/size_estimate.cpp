@@ -3,8 +3,8 @@
 #include <cstdlib>
 
 #include "companions/con/services.h"
-#include "companions/int/dib.h"
 #include "companions/con/status.h"
+#include "companions/int/dib.h"
 #include "processing/use_case.h"
 
 namespace xe {

@@ -4,15 +4,15 @@
 #include <cstring>
 #include <vector>
 
+#include "companions/con/status.h"
 #include "companions/int/depth.h"
 #include "companions/int/dib.h"
 #include "companions/int/setup_defaults.h"
 #include "formats/dpx/dpx_writer.h"
 #include "formats/raw/raw_image.h"
-#include "frame/plugins.h"
-#include "companions/con/status.h"
-#include "saving/jpeg_quality.h"
 #include "formats/tiff/tiff.h"
+#include "frame/plugins.h"
+#include "saving/jpeg_quality.h"
 
 namespace xe {
 namespace {

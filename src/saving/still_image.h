@@ -25,9 +25,9 @@ StillOptions StillOptionsOf(const SavingOptions &o);
 // `header` to `name` as `fileType` (-27 to -1). `time` may be null (now).
 // RAW and DPX files take the image as it is, DPX answering its own positive
 // codes. For the others a 16-bit image goes to 8 bits with the Setup's
-// fGain16_8 first, except for the 12- and 16-bit TIFF. Types of the imaging plugin answer
-// XE_WARN_NO_IMAGING when it is absent; a type with no writer here
-// XE_ERR_NOT_SUPPORTED.
+// fGain16_8 first, except for the 12- and 16-bit TIFF. Types of the imaging
+// plugin answer XE_WARN_NO_IMAGING when it is absent; a type with no writer
+// here XE_ERR_NOT_SUPPORTED.
 int32_t WriteStillImage(const char *name, const ImageHeader *header, const uint8_t *pixels,
                         int16_t fileType, const StillOptions &options, const Time64 *time,
                         const Setup *setup);

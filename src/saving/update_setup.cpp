@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <memory>
 
-#include "companions/int/dib.h"
 #include "companions/con/status.h"
+#include "companions/int/dib.h"
 
 namespace xe {
 namespace {

@@ -3,11 +3,11 @@
 
 #include <string>
 
+#include "companions/con/status.h"
 #include "fixtures/cine_builder.h"
-#include "support/log_to_file.h"
 #include "frame/plugins.h"
 #include "frame/start.h"
-#include "companions/con/status.h"
+#include "support/log_to_file.h"
 #include "xefile/xefile.h"
 
 namespace {

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "cinefile/cine_test_support.h"
-#include "info/selectors.h"
 #include "cinefile/timecode.h"
+#include "info/selectors.h"
 #include "support/log_to_file.h"
 
 using cinetest::Opened;

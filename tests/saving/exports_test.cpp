@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "cinefile/cine_test_support.h"
-#include "saving/save_loop.h"
 #include "formats/tiff/tiff.h"
+#include "saving/save_loop.h"
 #include "support/bitmap.h"
 #include "xefile/xefile.h"
 

@@ -8,11 +8,11 @@
 #include <string>
 
 #include "cinefile/cine_test_support.h"
-#include "support/bitmap.h"
 #include "frame/plugins.h"
 #include "info/selectors.h"
 #include "saving/filter_list.h"
 #include "saving/size_estimate.h"
+#include "support/bitmap.h"
 
 using cinetest::Opened;
 using cinetest::Fields;

@@ -16,9 +16,9 @@
 #include "fixtures/cine_builder.h"
 #include "formats/cine/cine_writer.h"
 #include "formats/dpx/dpx_options.h"
+#include "formats/tiff/tiff.h"
 #include "frame/saving_options.h"
 #include "support/bitmap.h"
-#include "formats/tiff/tiff.h"
 #include "xefile/xefile.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "companions/int/dib.h"
 #include "companions/con/status.h"
+#include "companions/int/dib.h"
 
 namespace xe::intl {
 

@@ -17,10 +17,10 @@
 
 #include "cinefile/tagged_blocks.h"
 #include "companions/con/services.h"
-#include "companions/int/dib.h"
-#include "frame/cine.h"
 #include "companions/con/status.h"
+#include "companions/int/dib.h"
 #include "formats/cine/cine_writer.h"
+#include "frame/cine.h"
 
 struct XeCineWriter {
   xe::FileHandle File = xe::kNoFile;

@@ -6,9 +6,9 @@
 
 #include "cinefile/tagged_blocks.h"
 #include "companions/con/log.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "frame/messages.h"
-#include "companions/con/status.h"
 
 namespace xe {
 namespace {

@@ -5,10 +5,10 @@
 #include <string>
 
 #include "companions/con/log.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "frame/file_io.h"
 #include "frame/messages.h"
-#include "companions/con/status.h"
 
 namespace xe {
 namespace {

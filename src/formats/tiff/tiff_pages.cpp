@@ -12,11 +12,11 @@
 #include <vector>
 
 #include "companions/con/log.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "companions/int/geometry.h"
-#include "frame/memory.h"
-#include "companions/con/status.h"
 #include "formats/tiff/tiff.h"
+#include "frame/memory.h"
 
 namespace xe {
 namespace {

@@ -9,11 +9,11 @@
 #include <limits>
 #include <string>
 
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "companions/int/geometry.h"
-#include "frame/memory.h"
-#include "companions/con/status.h"
 #include "formats/tiff/tiff.h"
+#include "frame/memory.h"
 
 namespace xe {
 namespace {

@@ -13,15 +13,15 @@
 #include <memory>
 
 #include "companions/con/log.h"
+#include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "companions/int/geometry.h"
 #include "companions/int/setup_defaults.h"
 #include "companions/int/time_print.h"
+#include "formats/tiff/tiff.h"
 #include "frame/memory.h"
 #include "frame/messages.h"
 #include "frame/start.h"
-#include "companions/con/status.h"
-#include "formats/tiff/tiff.h"
 
 namespace xe {
 namespace tiff {

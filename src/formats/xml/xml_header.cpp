@@ -4,14 +4,14 @@
 #include <cstring>
 #include <new>
 
+#include "cinefile/image_time.h"
 #include "cinefile/tagged_blocks.h"
 #include "companions/con/log.h"
+#include "companions/con/status.h"
 #include "companions/int/time_print.h"
 #include "companions/sig/signal_values.h"
-#include "frame/messages.h"
-#include "companions/con/status.h"
-#include "cinefile/image_time.h"
 #include "frame/file_paths.h"
+#include "frame/messages.h"
 #include "ui/range_data_text.h"
 
 namespace xe {
