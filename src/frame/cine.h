@@ -131,6 +131,8 @@ inline uint64_t TailCapacity(const Cine *c) {
 Cine *AllocateCine(uint64_t tailBytes);
 // Frees the record and its working block; closes nothing.
 void FreeCine(Cine *c);
+// Closes the cine file the record holds open, if any.
+void CloseCineFile(Cine *c);
 
 // Bytes of the tagged area in memory: OffImageOffsets - 7324, bounded by the
 // tail held.

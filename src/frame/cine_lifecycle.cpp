@@ -29,6 +29,10 @@ int32_t DuplicateCine(Cine **out, const Cine *src) {
   return status;
 }
 
+void CloseCineFile(Cine *c) {
+  if (c->FileHandle != kNoFile) XefFileClose(c->FileHandle);
+  c->FileHandle = kNoFile;
+}
 
 }  // namespace xe
 
@@ -39,7 +43,7 @@ extern "C" {
 
 XEFILE_API int32_t XeDestroyCine(CineHandle cine) {
   if (!cine || cine->CineKind == kLiveCine) return 0;
-  if (cine->FileHandle != kNoFile) XefFileClose(cine->FileHandle);
+  CloseCineFile(cine);
   FreeCine(cine);
   return 0;
 }

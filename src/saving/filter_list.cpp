@@ -4,49 +4,11 @@
 #include <cstring>
 
 #include "frame/plugins.h"
+#include "saving/output_formats.h"
 #include "xefile/xefile.h"
 
 namespace xe {
 namespace {
-
-constexpr FileTypeEntry kFileTypes[] = {
-    {1, "Cine, *.cine", ".cine"},
-    {2, "Cine JPEG, *.cci", ".cci"},
-    {0, "Cine Raw, *.cine", ".cine"},
-    {3, "AVI, *.avi", ".avi"},
-    {4, "Multipage TIFF, *.tif", ".tif"},
-    {5, "MPEG, *.mpg", ".mpg"},
-    {6, "MXF PAL, *.mxf", ".mxf"},
-    {7, "MXF NTSC, *.mxf", ".mxf"},
-    {8, "Quick Time, *.mov", ".mov"},
-    {-1, "Windows BMP 24 images", ".bmp"},
-    {-2, "Windows BMP 8 images", ".bmp"},
-    {-3, "Windows BMP 4 images", ".bmp"},
-    {-4, "OS/2 BMP 4 images", ".bmp"},
-    {-5, "OS/2 BMP 8 images", ".bmp"},
-    {-6, "OS/2 BMP 24 images", ".bmp"},
-    {-7, "TIFF 1 images", ".tif"},
-    {-8, "TIFF 8,24 images", ".tif"},
-    {-9, "TIFF 12,36 images", ".tif"},
-    {-10, "TIFF 16,48 images", ".tif"},
-    {-11, "PCX 1 images", ".pcx"},
-    {-12, "PCX 8 images", ".pcx"},
-    {-13, "PCX 24 images", ".pcx"},
-    {-14, "TGA 8 images", ".tga"},
-    {-15, "TGA 16 images", ".tga"},
-    {-16, "TGA 24 images", ".tga"},
-    {-17, "TGA 32 images", ".tga"},
-    {-18, "LEAD images", ".cmp"},
-    {-19, "LEAD JFIF 4:1:1 images", ".jff"},
-    {-20, "LEAD JFIF 4:2:2 images", ".jff"},
-    {-21, "LEAD JTIF 4:1:1 images", ".jtf"},
-    {-22, "LEAD JTIF 4:2:2 images", ".jtf"},
-    {-23, "JPEG images", ".jpg"},
-    {-24, "JTIF images", ".jpg"},
-    {-25, "RAW images", ".raw"},
-    {-26, "DNG images", ".dng"},
-    {-27, "DPX images", ".dpx"},
-};
 
 // The row between the one-file formats and the still images.
 constexpr const char *kSeparatorRow = "___________________________________|*.|";
@@ -55,10 +17,10 @@ constexpr const char *kSeparatorRow = "___________________________________|*.|";
 constexpr bool kMpegAvailable = false;
 
 void Add(SaveFilterList &list, int16_t code) {
-  const FileTypeEntry *e = FindFileType(code);
-  list.text += e->label;
+  const OutputFormat *f = FindOutputFormat(code);
+  list.text += f->Label;
   list.text += "|*";
-  list.text += e->extension;
+  list.text += f->Extension;
   list.text += '|';
   list.codes.push_back(code);
 }
@@ -68,12 +30,6 @@ void AddRun(SaveFilterList &list, int16_t from, int16_t to) {
 }
 
 }  // namespace
-
-const FileTypeEntry *FindFileType(int16_t code) {
-  for (const FileTypeEntry &e : kFileTypes)
-    if (e.code == code) return &e;
-  return nullptr;
-}
 
 SaveFilterList BuildSaveFilterList() {
   const bool imaging = frame::ImagingAvailable();

@@ -9,17 +9,6 @@
 
 namespace xe {
 
-// One output format: its FileType, the label of the save filter, and the
-// extension of its files.
-struct FileTypeEntry {
-  int16_t code;
-  const char *label;
-  const char *extension;
-};
-
-// The entry of a FileType, or null for a code that names no format.
-const FileTypeEntry *FindFileType(int16_t code);
-
 struct SaveFilterList {
   std::string text;            // "Cine, *.cine|*.cine|Cine JPEG, *.cci|*.cci|..."
   std::vector<int16_t> codes;  // codes[k]: FileType of pair k

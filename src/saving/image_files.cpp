@@ -30,11 +30,11 @@ XEFILE_API int32_t XeWriteImageFile(const char *name, const BitmapInfoHeader *di
   ImageHeader h{};
   std::memcpy(&h, dib, sizeof *dib);
   h.biSize = sizeof h;
-  StillOptions o;
+  SavingOptions o = LoneStillOptions();
   o.QFactor = QFactorOfQuality(static_cast<uint32_t>(parameters >> 32));
   Setup setup{};
   setup.fGain16_8 = 1.0f;
-  return status = WriteStillImage(name, &h, pixels, static_cast<int16_t>(type), o, nullptr, &setup);
+  return status = WriteStillImage(name, &h, pixels, static_cast<int16_t>(type), o, nullptr, setup);
 }
 
 // Every still file is read through the imaging plugin's file facts (the

@@ -5,12 +5,13 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 #include "companions/con/log.h"
 #include "companions/con/status.h"
 #include "companions/int/dib.h"
-#include "companions/int/geometry.h"
+#include "formats/image_writer.h"
 #include "formats/tiff/tiff.h"
 #include "frame/memory.h"
 #include "saving/save_loop.h"
@@ -46,12 +47,16 @@ int32_t SaveMultipageTiff(Cine *cine, Cine *reader, Cine *out, pfnCallback cb) {
     Merge(status, XE_WARN_RANGE_REDUCED);
   }
 
-  FileHandle f = kNoFile;
-  Merge(status, XefFileCreate(out->FileName, &f));
-  if (f == kNoFile) return status;
-  const uint32_t head[2] = {0x002A4949u, 8};  // "II", 42, first page at 8
-  Merge(status, XefFileWrite(f, head, sizeof head));
-  uint32_t position = 8;
+  WriterPtr pages = MakeTiffPagesWriter(kTypeMultipageTiff);
+  if (!pages) return status = MergeStatus(status, XE_ERR_NO_MEMORY);
+  OutputDescription d;
+  d.FileName = out->FileName;
+  d.Options = &so;
+  d.Header = &bmih;
+  d.CineSetup = &out->H.Setup;
+  d.Out = out;
+  Merge(status, pages->Open(d));
+  if (status < 0) return status;
 
   // One group of images at the room that a fetch asks for each of them.
   uint32_t room = 0;
@@ -63,14 +68,18 @@ int32_t SaveMultipageTiff(Cine *cine, Cine *reader, Cine *out, pfnCallback cb) {
   std::unique_ptr<uint8_t, decltype(&FreeMemory)> buffer(
       static_cast<uint8_t *>(AllocZeroed(bufferSize)), FreeMemory);
   if (!buffer) {
-    XefFileClose(f);
+    pages->Close(false);
     return status = MergeStatus(status, XE_ERR_NO_MEMORY);
   }
 
+  // Every page is dated with the trigger time; the header of each is the
+  // output's.
   const Time64 trigger = out->H.Header.TriggerTime;
-  const bool ut = XefCineUT(out) == 1;
+  ImageHeader page{};
+  std::memcpy(&page, &bmih, sizeof bmih);
   int64_t bufferFirst = kBufferEmpty, bufferLast = kBufferEmpty;
   uint64_t stride = pixar;
+  bool complete = true;
   for (uint32_t i = 0; i < so.SaveCount; ++i) {
     const int64_t n = static_cast<int64_t>(so.SaveFirst) + i;
     if (n < bufferFirst || n > bufferLast) {
@@ -84,15 +93,12 @@ int32_t SaveMultipageTiff(Cine *cine, Cine *reader, Cine *out, pfnCallback cb) {
     }
     const uint64_t at = static_cast<uint64_t>(n - bufferFirst) * stride;
     if (at + pixar <= bufferSize) {
-      BitmapInfoHeader page = bmih;
-      uint8_t *image = buffer.get() + at;
-      Merge(status, intl::XeFlips(&page, image, 0, 1));
-      if (intl::XefIsColorDIB(&page))
-        tiff::SwapColours(image, static_cast<uint32_t>(page.biWidth),
-                          static_cast<uint32_t>(std::abs(page.biHeight)), intl::XefMemWidth(&page),
-                          intl::XefIs16BitDIB(&page));
-      Merge(status,
-            WriteTiffPage(f, &page, image, &position, -8, &trigger, i + 1 == so.SaveCount, ut));
+      OutputImage image;
+      image.Header = &page;
+      image.Pixels = buffer.get() + at;
+      image.ImageNo = static_cast<int32_t>(n);
+      image.Time = &trigger;
+      Merge(status, pages->Write(image));
     } else {
       Merge(status, XE_ERR_BUFFER_TOO_SMALL);
     }
@@ -100,10 +106,11 @@ int32_t SaveMultipageTiff(Cine *cine, Cine *reader, Cine *out, pfnCallback cb) {
     if (!CallCB(cb, cine, percent)) {
       so.SaveCount = i;
       out->H.Header.ImageCount = i;
+      complete = false;
       break;
     }
   }
-  XefFileClose(f);
+  Merge(status, pages->Close(complete));
   return status;
 }
 

@@ -1,29 +1,25 @@
 // One save job: the writer, the reader and the output description made from
-// the cine, the group loop, the branch of each target type, and the final
-// steps (".chd", XML header, destruction) that run after a stop too.
+// the cine, the output format's writer opened around the group loop (or the
+// format's own loop), and the final steps (".chd", XML header, destruction)
+// that run after a stop too.
 #include "saving/save_loop.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <thread>
 
-#include "cinefile/image_time.h"
-#include "companions/con/camera_driver.h"
 #include "companions/con/log.h"
 #include "companions/con/services.h"
 #include "companions/con/settings.h"
 #include "companions/con/status.h"
 #include "companions/int/dib.h"
 #include "formats/cine/cine_writer.h"
-#include "formats/tiff/tiff.h"
 #include "formats/xml/xml_header.h"
-#include "frame/plugins.h"
 #include "frame/start.h"
 #include "processing/process_cine.h"
 #include "processing/use_case.h"
 #include "saving/file_names.h"
-#include "saving/multipage_tiff.h"
+#include "saving/output_formats.h"
 #include "saving/save_range.h"
 #include "saving/saving_thread.h"
 #include "saving/still_image.h"
@@ -31,10 +27,7 @@
 namespace xe {
 namespace {
 
-constexpr int16_t kFirstStillType = -27;
-
 bool IsCineFileType(int16_t t) { return t == kTypeRawCine || t == kTypeCine || t == kTypeJpegCine; }
-bool IsStillType(int16_t t) { return t >= kFirstStillType && t < 0; }
 
 uint32_t PtrWord(const void *p) { return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(p)); }
 
@@ -53,6 +46,7 @@ struct SaveJob {
   Cine *Out = nullptr;
   pfnCallback Callback = nullptr;
   bool NoThread = false;
+  ImageWriter *Output = nullptr;  // the format's open writer
   ThreadySave *Thread = nullptr;
   uint8_t *Buffer = nullptr;
   uint32_t BufferSize = 0;
@@ -66,13 +60,6 @@ int32_t Duplicate(Cine *src, Cine **out) {
   int32_t status = XefDuplicateCine(out, src);
   if (status < 0) *out = nullptr;
   return status;
-}
-
-// The output path is the writer's job: the file a duplicate opened on its
-// source is not needed by it.
-void CloseSourceFile(Cine *c) {
-  if (c->FileHandle != kNoFile) XefFileClose(c->FileHandle);
-  c->FileHandle = kNoFile;
 }
 
 void CopyName(char *dst, const char *src) {
@@ -111,7 +98,7 @@ int32_t WriteImage(SaveJob &job) {
     if (LogOn() && (frame::LogFlags.load() & (1u << 16)))
       con::Debprintf("\nWriteImage -  Buffer queued for saving thread");
   } else {
-    Merge(status, WriteImageToFile(w, job.Buffer, nullptr, &job.Header, false, 0, 0));
+    Merge(status, WriteImageToFile(w, job.Buffer, job.Output, &job.Header, false, 0, 0));
   }
   if (LogOn() && (frame::LogFlags.load() & (1u << 16))) {
     const BitmapInfoHeader *b = intl::AsBmih(&job.Header);
@@ -122,18 +109,16 @@ int32_t WriteImage(SaveJob &job) {
   return status;
 }
 
-// The group loop over the writer's save range. A still-image save hands
-// `pattern` back to the writer before each group, since each image expands
-// it again. Stopped and failed jobs record the whole groups done in the
-// writer's ImageCount, and with `recordInOut` in the output description too.
-int32_t GroupLoop(SaveJob &job, bool recordInOut, const char *pattern) {
+// The group loop over the writer's save range. Stopped and failed jobs
+// record the whole groups done in the writer's ImageCount, and with
+// `recordInOut` in the output description too.
+int32_t GroupLoop(SaveJob &job, bool recordInOut) {
   Cine *w = job.Writer;
   const uint32_t count = w->Saving.SaveCount;
   const int32_t group = w->ImageRangeCnt;
   int32_t status = XE_OK;
   uint32_t i = 0;
   while (i < count) {
-    if (pattern) CopyName(w->FileName, pattern);
     w->ImageRangeFirst = static_cast<int32_t>(static_cast<int64_t>(w->Saving.SaveFirst) + i);
     if (count <= i + static_cast<uint32_t>(w->ImageRangeCnt))
       w->ImageRangeCnt = static_cast<int32_t>(count - i);
@@ -165,52 +150,42 @@ int32_t GroupLoop(SaveJob &job, bool recordInOut, const char *pattern) {
   return status;
 }
 
-int32_t SaveStillImages(SaveJob &job) {
+// The save of a format with a writer: the group loop between the writer's
+// open and close. The saving thread, where the format has it, writes each
+// group while the next is fetched; a write that failed on it is known only
+// when it ends, possibly after the loop: the output then holds the images
+// before that group.
+int32_t SaveThroughWriter(SaveJob &job, const OutputFormat &f) {
+  Cine *w = job.Writer;
   int32_t status = AllocateBuffer(job);
   if (status < 0) return status;
-  Merge(status, GroupLoop(job, true, job.Source->FileName));
-  FreeBuffer(job);
-  CallCB(job.Callback, job.Source, 100);
-  return status;
-}
-
-int32_t SaveCineFile(SaveJob &job) {
-  Cine *w = job.Writer;
-  Cine *out = job.Out;
-  const int16_t type = w->Saving.FileType;
-  if (type == kTypeJpegCine && !frame::ImagingAvailable()) {
-    // JPEG cine images are coded by the imaging plugin.
-    CallCB(job.Callback, job.Source, 100);
-    return XE_WARN_NO_IMAGING;
+  WriterPtr output = f.FileType < 0 ? MakeStillSeries(f) : f.Make(f.FileType);
+  if (output) {
+    OutputDescription d;
+    d.FileName = job.Out->FileName;
+    d.Options = &w->Saving;
+    d.Header = &job.Out->H.Bmih;
+    d.CineSetup = &w->H.Setup;
+    d.Out = job.Out;
+    d.Writer = w;
+    d.Pattern = job.Source->FileName;
+    Merge(status, output->Open(d));
+  } else {
+    Merge(status, XE_ERR_NO_MEMORY);
   }
-  if (type == kTypeJpegCine) return XE_ERR_ENTRY_POINT;
-  CloseSourceFile(out);
-  int32_t status = CreateCineFileNew(out, out->FileName);
-  if (!frame::MessagesEnabled.load() && !w->IsFileCine && con::XevGet(w->CN, con::kGetPackedTransfer))
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
-  std::memcpy(&w->H.Header, &out->H.Header, sizeof(CineFileHeader));
-  XefFileClose(out->FileHandle);
-  out->FileHandle = kNoFile;
-  if (status < 0) return status;
-  CloseSourceFile(w);
-  Merge(status, XefFileOpenUpdate(w->FileName, &w->FileHandle));
-  Merge(status, XefFileSeekEnd(w->FileHandle));
-  if (status < 0) return status;
-
-  Merge(status, AllocateBuffer(job));
-  if (status < 0) return status;
-  if (!job.NoThread) {
-    int32_t begun = BeginThreadySave(w, &job.Thread, &job.Buffer, job.BufferSize);
-    if (begun < 0) {
-      // Without its second buffer or thread the job writes on its own.
-      EndThreadySave(job.Thread, &job.Buffer);
-      job.Thread = nullptr;
-    }
+  if (status < 0) {
+    FreeBuffer(job);
+    return status;
   }
-  Merge(status, GroupLoop(job, false, nullptr));
+  job.Output = output.get();
+  if ((f.Traits & kThreaded) && !job.NoThread &&
+      BeginThreadySave(job.Output, &job.Thread, &job.Buffer, job.BufferSize) < 0) {
+    // Without its second buffer or thread the job writes on its own.
+    EndThreadySave(job.Thread, &job.Buffer);
+    job.Thread = nullptr;
+  }
+  Merge(status, GroupLoop(job, f.Traits & kCountInOut));
   // The thread writes what was queued before it ends; a stop is not an error.
-  // A write that failed on it is known only now, possibly after the loop
-  // ended: the file then holds the images before that group.
   if (job.Thread) {
     uint32_t firstFailed = UINT32_MAX;
     EndThreadySave(job.Thread, &job.Buffer, &firstFailed);
@@ -219,41 +194,26 @@ int32_t SaveCineFile(SaveJob &job) {
       job.Failed = true;
       w->H.Header.ImageCount = std::min(firstFailed, job.Done);
     }
+    job.Thread = nullptr;
   }
-  job.Thread = nullptr;
-  if (job.Stopped || job.Failed) {
-    int32_t patched = PatchImageCounts(w);
-    if (patched < 0) status = patched;
-    else Merge(status, patched);
-  }
+  Merge(status, output->Close(!job.Stopped && !job.Failed));
+  job.Output = nullptr;
   FreeBuffer(job);
-  Merge(status, WriteImageOffsets(w));
-  XefFileClose(w->FileHandle);
-  w->FileHandle = kNoFile;
-  CallCB(job.Callback, job.Source, 100);
+  if (f.Traits & kLastProgress) CallCB(job.Callback, job.Source, 100);
   return status;
 }
 
-// The branch of the job's target type.
+// The save of the job's target type: a format that writes nothing, runs
+// its own loop, has a writer, or waits on a plugin.
 int32_t Dispatch(SaveJob &job) {
-  const int16_t type = job.Writer->Saving.FileType;
-  if (IsStillType(type)) return SaveStillImages(job);
-  switch (type) {
-    case kTypeRawCine:
-    case kTypeCine:
-    case kTypeJpegCine: return SaveCineFile(job);
-    case kTypeMultipageTiff:
-      return SaveMultipageTiff(job.Source, job.Reader, job.Out, job.Callback);
-    case kTypeMpeg: return XE_OK;  // never written: only the final steps run
-    case kTypeMxfPal:
-    case kTypeMxfNtsc:
-      // The MXF encoder belongs to the movie plugin.
-      if (!frame::EncoderAvailable()) return XE_WARN_NO_ENCODER;
-      return XE_ERR_ENTRY_POINT;
-    case kTypeAvi:
-    case kTypeQuickTime:
-    default: return XE_ERR_NOT_SUPPORTED;
-  }
+  const OutputFormat *f = FindOutputFormat(job.Writer->Saving.FileType);
+  if (!f) return XE_ERR_NOT_SUPPORTED;
+  if (f->Traits & kNeverWritten) return XE_OK;
+  if (f->OwnLoop) return f->OwnLoop(job.Source, job.Reader, job.Out, job.Callback);
+  if (f->FileType < 0 || f->Make) return SaveThroughWriter(job, *f);
+  const int32_t status = NoWriterStatus(*f);
+  if (status > 0 && (f->Traits & kLastProgress)) CallCB(job.Callback, job.Source, 100);
+  return status;
 }
 
 void FinalSteps(SaveJob &job, int32_t &status) {
@@ -291,59 +251,29 @@ uint32_t ImagesPerGroup(const Cine *c) {
   return n < 1 ? 1 : static_cast<uint32_t>(n);
 }
 
-int32_t WriteImageToFile(Cine *writer, uint8_t *pixels, void *stream, const ImageHeader *header,
+int32_t WriteImageToFile(Cine *writer, const uint8_t *pixels, ImageWriter *output, const ImageHeader *header,
                          bool explicitRange, int32_t first, uint32_t count) {
-  (void)stream;
   if (!explicitRange) {
     first = writer->ImageRangeFirst;
     count = static_cast<uint32_t>(writer->ImageRangeCnt);
   }
-  SavingOptions &o = writer->Saving;
-  const uint32_t savedDpx = o.DpxFlags;
   const uint32_t stride = intl::XefPixarSize(intl::AsBmih(header));
-  uint8_t *table = ImageOffsetSlots(writer, o.SaveCount);
   int32_t status = XE_OK;
   for (uint32_t k = 0; k < count; ++k) {
     ImageHeader h = *header;
-    const uint8_t *image = pixels + static_cast<uint64_t>(k) * stride;
-    int64_t slot = static_cast<int64_t>(first) + k - o.SaveFirst;
-    uint64_t position = 0;
-    if (table && slot >= 0 && slot < int64_t{o.SaveCount} && writer->FileHandle != kNoFile &&
-        XefFileTell64(writer->FileHandle, &position) >= 0)
-      std::memcpy(table + 8 * slot, &position, 8);
-    if (IsCineFileType(o.FileType)) {
-      Merge(status, WriteImageRecord(writer, image, h.biSizeImage));
-    } else if (IsStillType(o.FileType)) {
-      const int32_t imageNo = static_cast<int32_t>(static_cast<int64_t>(k) + writer->ImageRangeFirst);
-      char name[kPathSize];
-      Merge(status, xe::XefExpandFileName(writer, imageNo, name));
-      Time64 time{};
-      CineImageTime(writer, imageNo, &time);
-      StillOptions options = StillOptionsOf(o);
-      if (o.FileType == kTypeDpx) {
-        TC tc{};
-        if (XeGetCineAuxData(writer, imageNo, XE_TAG_TIMECODE, sizeof tc, &tc) == XE_OK)
-          std::memcpy(&options.TimeCode, &tc, sizeof options.TimeCode);
-      }
-      // A DPX writer's own positive codes count as warnings of the save.
-      Merge(status, WriteStillImage(name, &h, image, o.FileType, options, &time, &writer->H.Setup));
-      // Only the first image of a range writes the LUT files.
-      o.DpxFlags &= ~kDpxWriteLut;
-    } else {
-      // Multipage TIFF pages are written by their own loop; the movie
-      // formats have no writer in this build.
-      if (o.FileType != kTypeMultipageTiff) Merge(status, XE_ERR_NOT_SUPPORTED);
-    }
+    OutputImage image;
+    image.Header = &h;
+    image.Pixels = pixels + static_cast<uint64_t>(k) * stride;
+    image.ImageNo = static_cast<int32_t>(static_cast<int64_t>(first) + k);
+    Merge(status, output->Write(image));
     if (status < 0) return status;
   }
-  // The LUT bit stays cleared once an image is written: a file cine comes in
-  // groups of one image, and the range's later groups must not write LUTs.
-  o.DpxFlags = count && IsStillType(o.FileType) ? savedDpx & ~kDpxWriteLut : savedDpx;
   return status;
 }
 
 int32_t SaveCine(Cine *cine, pfnCallback cb) {
-  if (!XefIsColorCine(cine) && cine->Saving.FileType == kTypeDng) return XE_ERR_NOT_SUPPORTED;
+  const OutputFormat *format = FindOutputFormat(cine->Saving.FileType);
+  if (format && (format->Traits & kColourOnly) && !XefIsColorCine(cine)) return XE_ERR_NOT_SUPPORTED;
   SaveJob job;
   job.Source = cine;
   job.Callback = cb;
@@ -361,7 +291,9 @@ int32_t SaveCine(Cine *cine, pfnCallback cb) {
   if (w->IsFileCine) {
     Merge(status, Duplicate(w, &job.Reader));
     if (job.Reader) Merge(status, XeSetUseCase(job.Reader, kUseCaseSave));
-    CloseSourceFile(w);
+    // The output path is the writer's job: the file a duplicate opened on
+    // its source is not needed by it.
+    CloseCineFile(w);
   } else {
     job.Reader = w;
   }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "formats/image_writer.h"
 #include "frame/cine.h"
 
 namespace xe {
@@ -23,11 +24,11 @@ uint32_t ImagesPerGroup(const Cine *c);
 // changed: the job works on duplicates of it.
 int32_t SaveCine(Cine *cine, pfnCallback cb);
 
-// Writes the images of one group held one after another in `pixels` (each
-// XefPixarSize of `header` apart) to the writer's output. With
-// `explicitRange` the group is `first`, `count`, else the writer's
-// ImageRangeFirst and ImageRangeCnt. Stops at the first failure.
-int32_t WriteImageToFile(Cine *writer, uint8_t *pixels, void *stream, const ImageHeader *header,
+// Hands the images of one group held one after another in `pixels` (each
+// XefPixarSize of `header` apart, each with a fresh copy of `header`) to
+// `output`. With `explicitRange` the group is `first`, `count`, else the
+// writer's ImageRangeFirst and ImageRangeCnt. Stops at the first failure.
+int32_t WriteImageToFile(Cine *writer, const uint8_t *pixels, ImageWriter *output, const ImageHeader *header,
                          bool explicitRange, int32_t first, uint32_t count);
 
 }  // namespace xe

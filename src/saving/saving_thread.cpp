@@ -70,6 +70,7 @@ class BinarySemaphore {
 }  // namespace
 
 struct ThreadySave {
+  ImageWriter *Output = nullptr;  // the job's open writer
   uint8_t *Buffer[2] = {nullptr, nullptr};
   std::unique_ptr<uint8_t, FreeDeleter> Second;  // Buffer[1], made here
   uint32_t MainThreadId = 0;
@@ -139,7 +140,7 @@ void SavingThreadProc(ThreadySave *t) {
                      "Iteration= %d, BufIndex=%d buffer:0x%x",
                      m.Rng.First, m.Rng.Cnt, m.BufIndex, m.BufIndex, PtrWord(buffer));
     uint32_t start = con::XefMilisec();
-    int32_t result = WriteImageToFile(m.Writer, buffer, nullptr, &m.Bmih, true, m.Rng.First, m.Rng.Cnt);
+    int32_t result = WriteImageToFile(m.Writer, buffer, t->Output, &m.Bmih, true, m.Rng.First, m.Rng.Cnt);
     t->LastResult.store(result);
     if (result < 0 && t->FirstFailed.load() == UINT32_MAX)
       t->FirstFailed.store(static_cast<uint32_t>(static_cast<int64_t>(m.Rng.First) - m.Writer->Saving.SaveFirst));
@@ -162,12 +163,12 @@ void SavingThreadProc(ThreadySave *t) {
 
 bool ThreadySaveRunning(const ThreadySave *t) { return t && t->Thread.joinable(); }
 
-int32_t BeginThreadySave(Cine *writer, ThreadySave **out, uint8_t **pixBuffer, uint32_t groupBytes) {
-  (void)writer;
+int32_t BeginThreadySave(ImageWriter *output, ThreadySave **out, uint8_t **pixBuffer, uint32_t groupBytes) {
   *out = nullptr;
   auto *t = new (std::nothrow) ThreadySave;
   if (!t) return XE_ERR_NO_MEMORY;
   *out = t;
+  t->Output = output;
   t->Buffer[0] = *pixBuffer;
   t->Second.reset(static_cast<uint8_t *>(std::malloc(groupBytes ? groupBytes : 1)));
   t->Buffer[1] = t->Second.get();

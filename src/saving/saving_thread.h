@@ -7,17 +7,18 @@
 
 #include <cstdint>
 
+#include "formats/image_writer.h"
 #include "frame/cine.h"
 
 namespace xe {
 
 struct ThreadySave;
 
-// Starts the thread. `*pixBuffer` is the job's buffer of `groupBytes`; a
+// Starts the thread, which writes with `output`. `*pixBuffer` is the job's buffer of `groupBytes`; a
 // second one of the same size is made here. The context is stored in `*out`
 // in every case; XE_ERR_NO_MEMORY or XE_ERR_THREAD_CREATE when the buffer or
 // the thread cannot be made (the job then writes without the thread).
-int32_t BeginThreadySave(Cine *writer, ThreadySave **out, uint8_t **pixBuffer, uint32_t groupBytes);
+int32_t BeginThreadySave(ImageWriter *output, ThreadySave **out, uint8_t **pixBuffer, uint32_t groupBytes);
 
 // Hands the group just fetched into `*pixBuffer` (the writer's
 // ImageRangeFirst and ImageRangeCnt, header `h`) to the thread once it is

@@ -1,35 +1,39 @@
-// One still image to one file, by FileType: the dispatcher of every
-// one-file-per-image save, and of the exported single-image writers.
+// One still image to one file, by FileType: the writer of every
+// file-per-image save, and the exported single-image writers.
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
-#include "formats/dpx/dpx_options.h"
+#include "formats/image_writer.h"
 #include "frame/saving_options.h"
+#include "saving/output_formats.h"
 #include "xefile/xefile_records.h"
 
 namespace xe {
 
-// The format options of a still save, from the cine's saving options.
-struct StillOptions {
-  uint32_t RawFileOptions = 0;  // -25: bit 0 text, bit 1 a size header
-  uint32_t QFactor = 2;         // JPEG quantisation of the imaging formats
-  DpxOptions Dpx;               // -27
-  uint64_t TimeCode = 0;        // -27: the image's packed timecode, 0 for a single still
-};
+// The options of a still written outside a save: JPEG quantisation 2 and
+// the DPX defaults, everything else 0.
+SavingOptions LoneStillOptions();
 
-// The still options of a save, from the cine's saving options.
-StillOptions StillOptionsOf(const SavingOptions &o);
+// Writes `image` (rows bottom-up, padded as XefMemWidth says) with the
+// still writer `w` of format `f`, opened for it; `w` null answers as a
+// format without a writer. A 16-bit image goes to 8 bits first with the
+// Setup's fGain16_8, unless the format keeps 16 bits; `work` holds the
+// reduced image and is kept between images.
+int32_t WriteStill(ImageWriter *w, const OutputFormat &f, OutputImage image, const Setup &setup,
+                   std::vector<uint8_t> &work);
 
-// Writes image `pixels` (rows bottom-up, padded as XefMemWidth says) of
-// `header` to `name` as `fileType` (-27 to -1). `time` may be null (now).
-// RAW and DPX files take the image as it is, DPX answering its own positive
-// codes. For the others a 16-bit image goes to 8 bits with the Setup's
-// fGain16_8 first, except for the 12- and 16-bit TIFF. Types of the imaging
-// plugin answer XE_WARN_NO_IMAGING when it is absent; a type with no writer
-// here XE_ERR_NOT_SUPPORTED.
+// One still outside a save: the image of `header` to `name` as `fileType`
+// (-27 to -1) with `options`. `time` may be null (now). XE_ERR_NOT_SUPPORTED
+// for a type that is not a still type.
 int32_t WriteStillImage(const char *name, const ImageHeader *header, const uint8_t *pixels,
-                        int16_t fileType, const StillOptions &options, const Time64 *time,
-                        const Setup *setup);
+                        int16_t fileType, const SavingOptions &options, const Time64 *time,
+                        const Setup &setup);
+
+// The writer of a file-per-image save of `f`: each image goes to the file
+// its number gives by the save's name pattern, with its time and, where the
+// format takes one, its timecode.
+WriterPtr MakeStillSeries(const OutputFormat &f);
 
 }  // namespace xe

@@ -11,6 +11,7 @@
 #include "frame/plugins.h"
 #include "info/selectors.h"
 #include "saving/filter_list.h"
+#include "saving/output_formats.h"
 #include "saving/size_estimate.h"
 #include "support/bitmap.h"
 
@@ -108,7 +109,7 @@ TEST(SaveFilterList, ListWithoutPluginsAndEntryTexts) {
   std::strcpy(out, "x");
   EXPECT_EQ(XefGetCineSaveFilterText(out, 128), 0);
   EXPECT_STREQ(out, "");
-  EXPECT_EQ(xe::FindFileType(9), nullptr);
+  EXPECT_EQ(xe::FindOutputFormat(9), nullptr);
 }
 
 // The cine's own header in the save use case: 16 x 4 gray, 64 bytes an image.

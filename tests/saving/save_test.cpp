@@ -134,6 +134,35 @@ TEST_F(SaveTest, RangeOutsideTheCineGivesAnEmptyValidFile) {
   EXPECT_EQ(Stored(out.cine).second, 0u);
 }
 
+// Formats without a writer in this build, with no plugin loaded: a save of a
+// plugin's cine or movie type answers the plugin's warning at once, a still
+// type of the imaging plugin runs the whole range, a type of the library
+// itself is refused (DNG after its first image, or before it for a gray cine).
+TEST_F(SaveTest, FormatsWithoutAWriterAnswerByTheirPlugin) {
+  cinetest::Opened colour(Recording()), gray(Recording(false));
+  const std::vector<uint32_t> end{100};
+  std::vector<uint32_t> whole;
+  for (uint32_t p = 0; p <= 100; p += 10) whole.push_back(p);
+  struct Case {
+    int16_t type;
+    bool isGray;
+    int32_t status;
+    std::vector<uint32_t> reports;
+  } cases[] = {
+      {2, false, XE_WARN_NO_IMAGING, end},        {3, false, XE_ERR_NOT_SUPPORTED, end},
+      {5, false, XE_OK, end},                     {6, false, XE_WARN_NO_ENCODER, end},
+      {8, false, XE_ERR_NOT_SUPPORTED, end},      {-1, false, XE_WARN_NO_IMAGING, whole},
+      {-26, false, XE_ERR_NOT_SUPPORTED, {0, 100}}, {-26, true, XE_ERR_NOT_SUPPORTED, end},
+  };
+  g_stopAt = 1000;
+  for (const Case &k : cases) {
+    SCOPED_TRACE(testing::Message() << "FileType " << k.type << (k.isGray ? " gray" : ""));
+    g_reports.clear();
+    EXPECT_EQ(Save(k.isGray ? gray.cine : colour.cine, Out("t!3.out"), k.type, StopAt), k.status);
+    EXPECT_EQ(g_reports, k.reports);
+  }
+}
+
 // Each save's first report starts a save of the next cine, so that all of
 // them are running at once.
 std::vector<CineHandle> g_chain;

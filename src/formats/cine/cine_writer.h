@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+#include "formats/image_writer.h"
 #include "frame/cine.h"
 
 namespace xe {
@@ -50,5 +51,8 @@ int32_t PatchImageCounts(Cine *c);
 // The ".chd" header of a save that is not a cine file: head and blocks of
 // the range, no timecode block, no table, no images.
 int32_t WriteChdFile(const char *name, Cine *c);
+
+// The writer of a save to a cine file of FileType 0 or 1.
+WriterPtr MakeCineFileWriter(int16_t fileType);
 
 }  // namespace xe

@@ -324,4 +324,28 @@ int32_t WriteDpxImage(const char *name, const BitmapInfoHeader *h, const uint8_t
   return status;
 }
 
+namespace {
+
+class DpxWriter final : public ImageWriter {
+ public:
+  int32_t Open(const OutputDescription &d) override {
+    const SavingOptions &o = *d.Options;
+    options_ = {o.DpxFlags, o.DpxRefWhite, o.DpxRefBlack, o.DpxGamma, o.DpxFilmGamma, o.DpxSoftClip};
+    return 0;
+  }
+  int32_t Write(const OutputImage &image) override {
+    int32_t status = WriteDpxImage(image.FileName, intl::AsBmih(image.Header), image.Pixels, image.TimeCode, options_);
+    options_.DpxFlags &= ~kDpxWriteLut;
+    return status;
+  }
+  int32_t Close(bool) override { return 0; }
+
+ private:
+  DpxOptions options_;
+};
+
+}  // namespace
+
+WriterPtr MakeDpxWriter(int16_t) { return NewWriter<DpxWriter>(); }
+
 }  // namespace xe

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "formats/dpx/dpx_options.h"
+#include "formats/image_writer.h"
 #include "xefile/xefile_records.h"
 
 namespace xe {
@@ -23,5 +24,9 @@ constexpr uint32_t kDpxDataOffset = 2080;
 // element) and the file is kept; a failed write removes it.
 int32_t WriteDpxImage(const char *name, const BitmapInfoHeader *h, const uint8_t *pixels, uint64_t timeCode,
                       const DpxOptions &o);
+
+// The writer of DPX files with the DPX options of the save; only its first
+// image writes the LUT files.
+WriterPtr MakeDpxWriter(int16_t fileType);
 
 }  // namespace xe

@@ -82,4 +82,25 @@ int32_t WriteRawImage(const char *name, const BitmapInfoHeader *h, const uint8_t
   return status;
 }
 
+namespace {
+
+class RawWriter final : public ImageWriter {
+ public:
+  int32_t Open(const OutputDescription &d) override {
+    options_ = d.Options->RawFileOptions;
+    return 0;
+  }
+  int32_t Write(const OutputImage &image) override {
+    return WriteRawImage(image.FileName, intl::AsBmih(image.Header), image.Pixels, options_);
+  }
+  int32_t Close(bool) override { return 0; }
+
+ private:
+  uint32_t options_ = 0;
+};
+
+}  // namespace
+
+WriterPtr MakeRawWriter(int16_t) { return NewWriter<RawWriter>(); }
+
 }  // namespace xe

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "formats/image_writer.h"
 #include "xefile/xefile_records.h"
 
 namespace xe {
@@ -20,5 +21,8 @@ constexpr uint32_t kRawSizeHeader = 1u << 1;  // width, height and depth first
 // A file that cannot be created is reported and answers 0.
 int32_t WriteRawImage(const char *name, const BitmapInfoHeader *h, const uint8_t *pixels,
                       uint32_t options);
+
+// The writer of RAW files, with the RawFileOptions of the save.
+WriterPtr MakeRawWriter(int16_t fileType);
 
 }  // namespace xe

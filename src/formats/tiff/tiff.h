@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "formats/image_writer.h"
 #include "frame/cine.h"
 #include "frame/file_io.h"
 
@@ -49,6 +50,12 @@ int32_t ReadTiffToDib(const char *name, BitmapInfoHeader *header, std::vector<ui
 // TIFF beside its header file. At most XefPixarSize of the cine's bitmap is
 // copied to `pixels`. XE_ERR_FILE_READ on any failure.
 int32_t ReadTiffCineImage(Cine *cine, uint8_t *pixels);
+
+// The writers of a save: a file per image of FileType -8, -9 or -10, and
+// the pages of a multipage file (the loop of that save opens it with the
+// bitmap of the output and hands it the pages in order).
+WriterPtr MakeTiffStillWriter(int16_t fileType);
+WriterPtr MakeTiffPagesWriter(int16_t fileType);
 
 namespace tiff {
 
