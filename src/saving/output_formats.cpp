@@ -3,6 +3,7 @@
 #include "companions/con/status.h"
 #include "formats/cine/cine_writer.h"
 #include "formats/dpx/dpx_writer.h"
+#include "formats/quicktime/quicktime_writer.h"
 #include "formats/raw/raw_image.h"
 #include "formats/tiff/tiff.h"
 #include "frame/plugins.h"
@@ -27,7 +28,7 @@ constexpr OutputFormat kFormats[] = {
     {5, "MPEG, *.mpg", ".mpg", kLibrary, nullptr, kNeverWritten, nullptr},
     {6, "MXF PAL, *.mxf", ".mxf", kEncoder, nullptr, kMovie, nullptr},
     {7, "MXF NTSC, *.mxf", ".mxf", kEncoder, nullptr, kMovie, nullptr},
-    {8, "Quick Time, *.mov", ".mov", kLibrary, nullptr, kMovie, nullptr},
+    {8, "Quick Time, *.mov", ".mov", kLibrary, MakeQuickTimeWriter, kMovie, nullptr},
     {-1, "Windows BMP 24 images", ".bmp", kImaging, nullptr, kStill, nullptr},
     {-2, "Windows BMP 8 images", ".bmp", kImaging, nullptr, kStill, nullptr},
     {-3, "Windows BMP 4 images", ".bmp", kImaging, nullptr, kStill, nullptr},
