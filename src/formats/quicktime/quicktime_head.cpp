@@ -7,7 +7,9 @@
 namespace xe {
 namespace {
 
-// Seconds from 1904, where movie times count from, to 1970.
+// Added to calendar time for the times of a movie, which count from 1904.
+// It is one day short of 1904 to 1970 (2082844800), so readers show the
+// times a day early; the files of this format have always carried it so.
 constexpr int64_t kFrom1904 = 2082758400;
 constexpr uint32_t kOne = 0x00010000;  // 1.0 in 16.16 fixed point
 

@@ -9,10 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "cinefile/cine_test_support.h"
-#include "fixtures/cine_builder.h"
 #include "formats/quicktime/quicktime_head.h"
-#include "movie_atoms.h"
+#include "movie_test_support.h"
 #include "xefile/xefile.h"
 
 namespace {
@@ -21,8 +19,12 @@ using movietest::Be;
 using movietest::Be32;
 using movietest::Body;
 using movietest::Bytes;
+using movietest::MovieFrames;
+using movietest::Recording;
 
-int64_t FixedClock() { return 1700000000; }  // 0xE1785000 in seconds since 1904
+// Movie times are calendar time plus 2082758400 s, one day short of 1904 to
+// 1970, so readers show them a day early: the format's described offset.
+int64_t FixedClock() { return 1700000000; }  // time word 0xE1785000
 int64_t g_ticks = 0;
 int64_t CountingClock() { return g_ticks++; }
 
@@ -167,28 +169,9 @@ class QuickTimeSave : public ::testing::Test {
   void SetUp() override { XeStartXeFile(); }
   void TearDown() override { XeStopXeFile(); }
 
-  static Bytes Recording(uint16_t bits) {
-    fixture::CineBuilder b;
-    b.Image(16, 8, bits).Images(-3, 10);
-    b.setup().SetU32(fixture::setup::kEnableColor, bits == 24 ? 1 : 0);
-    return b.Build();
-  }
   int32_t Save(CineHandle c, const std::string &path, pfnCallback cb = nullptr) {
     EXPECT_EQ(XeSetCineSaveOptions(c, path.c_str(), 8, 0, 100), 0);
     return XeWriteCineFile(c, cb);
-  }
-  // The frames a movie holds for the saved images: rows top-down, colour
-  // pixels red first.
-  static Bytes MovieFrames(CineHandle c, uint32_t count, uint32_t bits) {
-    const Bytes images = cinetest::Images(c, -3, count, 2);
-    const size_t row = 16 * bits / 8, frame = row * 8;
-    Bytes out(images.size());
-    for (size_t k = 0; k < images.size(); ++k) {
-      const size_t n = k / frame, r = k % frame / row, x = k % row;
-      const size_t from = x % 3 == 1 || bits == 8 ? x : x / 3 * 3 + 2 - x % 3;
-      out[k] = images[n * frame + (7 - r) * row + from];
-    }
-    return out;
   }
   fixture::TempDir dir;
 };

@@ -1,6 +1,7 @@
-// Reading back the movies of the QuickTime tests: the atom tree walked by
-// the sizes stored in the file, and big-endian fields. Written from the
-// file format alone, so that it shares no fault with the writer.
+// The QuickTime tests' recordings and the reading back of their movies: the
+// atom tree walked by the sizes stored in the file, big-endian fields, and
+// the frames a movie should hold. Written from the file format alone, so
+// that it shares no fault with the writer.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,6 +9,10 @@
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "cinefile/cine_test_support.h"
+#include "fixtures/cine_builder.h"
+#include "xefile/xefile.h"
 
 namespace movietest {
 
@@ -60,6 +65,28 @@ inline size_t Body(const std::vector<Atom> &atoms, const std::string &path) {
     if (a.path == path) return a.at + 8;
   ADD_FAILURE() << "no atom " << path;
   return 0;
+}
+
+// Ten images from -3 of 16 x 8 pixels, gray (8 bits) or colour (24).
+inline Bytes Recording(uint16_t bits) {
+  fixture::CineBuilder b;
+  b.Image(16, 8, bits).Images(-3, 10);
+  b.setup().SetU32(fixture::setup::kEnableColor, bits == 24 ? 1 : 0);
+  return b.Build();
+}
+
+// The frames a movie holds for the first `count` images of a Recording as
+// a save processes them: rows top-down, colour pixels red first.
+inline Bytes MovieFrames(CineHandle c, uint32_t count, uint32_t bits) {
+  const Bytes images = cinetest::Images(c, -3, count, 2);
+  const size_t row = 16 * bits / 8, frame = row * 8;
+  Bytes out(images.size());
+  for (size_t k = 0; k < images.size(); ++k) {
+    const size_t n = k / frame, r = k % frame / row, x = k % row;
+    const size_t from = x % 3 == 1 || bits == 8 ? x : x / 3 * 3 + 2 - x % 3;
+    out[k] = images[n * frame + (7 - r) * row + from];
+  }
+  return out;
 }
 
 }  // namespace movietest
