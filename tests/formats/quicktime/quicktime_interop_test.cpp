@@ -7,14 +7,37 @@
 #include <string>
 #include <vector>
 
-#include "movie_test_support.h"
+#include "cinefile/cine_test_support.h"
+#include "fixtures/cine_builder.h"
 #include "support/shell.h"
 #include "xefile/xefile.h"
 
 namespace {
 
-using movietest::Bytes;
+using fixture::Bytes;
 using testsupport::Shell;
+
+// Ten images from -3 of 16 x 8 pixels, gray (8 bits) or colour (24).
+Bytes Recording(uint16_t bits) {
+  fixture::CineBuilder b;
+  b.Image(16, 8, bits).Images(-3, 10);
+  b.setup().SetU32(fixture::setup::kEnableColor, bits == 24 ? 1 : 0);
+  return b.Build();
+}
+
+// The frames a movie holds for the first `count` images of a Recording as
+// a save processes them: rows top-down, colour pixels red first.
+Bytes MovieFrames(CineHandle c, uint32_t count, uint32_t bits) {
+  const Bytes images = cinetest::Images(c, -3, count, 2);
+  const size_t row = 16 * bits / 8, frame = row * 8;
+  Bytes out(images.size());
+  for (size_t k = 0; k < images.size(); ++k) {
+    const size_t n = k / frame, r = k % frame / row, x = k % row;
+    const size_t from = bits == 8 || x % 3 == 1 ? x : x - x % 3 + 2 - x % 3;
+    out[k] = images[n * frame + (7 - r) * row + from];
+  }
+  return out;
+}
 
 class QuickTimeInterop : public ::testing::Test {
  protected:
@@ -64,26 +87,26 @@ TEST_F(QuickTimeInterop, FfmpegDecodesEveryFrameAsTheLibraryProcessedIt) {
   } cases[] = {{8, "pal8", "gray"}, {24, "rgb24", "rgb24"}};
   for (const auto &c : cases) {
     SCOPED_TRACE(c.bits);
-    cinetest::Opened src(movietest::Recording(c.bits));
+    cinetest::Opened src(Recording(c.bits));
     const std::string path = dir.path() + "/m" + std::to_string(c.bits) + ".mov";
     ASSERT_EQ(Save(src.cine, path), 0);
     EXPECT_EQ(Probe(path, "codec_name,width,height,pix_fmt,r_frame_rate,nb_read_frames"),
               std::string("codec_name=rawvideo\nwidth=16\nheight=8\npix_fmt=") + c.pixFmt +
                   "\nr_frame_rate=30/1\nnb_read_frames=10\n");
-    EXPECT_EQ(FrameMd5s(path, c.asked), Md5s(movietest::MovieFrames(src.cine, 10, c.bits), 16 * 8 * c.bits / 8));
+    EXPECT_EQ(FrameMd5s(path, c.asked), Md5s(MovieFrames(src.cine, 10, c.bits), 16 * 8 * c.bits / 8));
   }
 }
 
 int32_t StopAt30(uint32_t percent, CineHandle) { return percent < 30; }
 
 TEST_F(QuickTimeInterop, StoppedMovieOpensWithTheFramesWritten) {
-  cinetest::Opened src(movietest::Recording(24));
+  cinetest::Opened src(Recording(24));
   const std::string path = dir.path() + "/stopped.mov";
   ASSERT_EQ(Save(src.cine, path, StopAt30), 0);
   // The head still promises 10; the frames read are the 3 written.
   EXPECT_EQ(Probe(path, "codec_name,nb_frames,nb_read_frames"),
             "codec_name=rawvideo\nnb_frames=10\nnb_read_frames=3\n");
-  EXPECT_EQ(FrameMd5s(path, "rgb24"), Md5s(movietest::MovieFrames(src.cine, 3, 24), 16 * 8 * 3));
+  EXPECT_EQ(FrameMd5s(path, "rgb24"), Md5s(MovieFrames(src.cine, 3, 24), 16 * 8 * 3));
 }
 
 }  // namespace
