@@ -62,7 +62,9 @@ class QuickTimeWriter final : public ImageWriter {
   }
 
   // The bitmap is bottom-up and blue first; the movie's frames are top-down
-  // and red first. The image handed in stays as it is.
+  // and red first. The image handed in stays as it is. Rows go out with
+  // their padding: where a row is padded to whole words, a frame is longer
+  // than the index says and readers misplace the frames after the first.
   int32_t Write(const OutputImage &image) override {
     BitmapInfoHeader h = *intl::AsBmih(image.Header);
     const uint32_t bytes = intl::XefPixarSize(&h);
